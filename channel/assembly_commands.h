@@ -1,0 +1,12 @@
+// The three "assembly::" commands, in routing order. None takes arguments.
+#pragma once
+
+#include "channel/command.h"
+
+namespace quillon {
+
+struct BundleEnvironment;
+
+CommandList assemblyCommands(const BundleEnvironment& environment);
+
+}  // namespace quillon

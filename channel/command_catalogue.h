@@ -1,0 +1,27 @@
+// The whole catalogue of the native command channel: the 24 commands in routing
+// order ("process::", "window::", "ssl::", "assembly::").
+#pragma once
+
+#include <functional>
+
+#include "channel/command.h"
+
+namespace quillon {
+
+class ProcessManager;
+struct WindowServices;
+struct IdentityServices;
+struct BundleEnvironment;
+
+// What the commands reach. The services and their platform must outlive the
+// catalogue; `processManager` is read on every process command.
+struct CommandServices {
+  std::function<ProcessManager&()> processManager;
+  const WindowServices& window;
+  const IdentityServices& identity;
+  const BundleEnvironment& bundle;
+};
+
+CommandList commandCatalogue(const CommandServices& services);
+
+}  // namespace quillon

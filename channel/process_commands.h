@@ -1,0 +1,15 @@
+// The twelve "process::" commands, in routing order.
+#pragma once
+
+#include <functional>
+
+#include "channel/command.h"
+
+namespace quillon {
+
+class ProcessManager;
+
+// `processManager` is read on every process command: the main window owns the instance.
+CommandList processCommands(std::function<ProcessManager&()> processManager);
+
+}  // namespace quillon

@@ -1,0 +1,12 @@
+#include "channel/ssl_commands.h"
+
+#include "channel/unbuilt_commands.h"
+
+namespace quillon {
+
+CommandList sslCommands(const IdentityServices&) {
+  return unbuiltCommands(
+      {"ssl::isCertificateAvailable", "ssl::addCertificate", "ssl::getMacAddress", "ssl::getPlatformUUID"});
+}
+
+}  // namespace quillon

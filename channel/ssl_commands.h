@@ -1,0 +1,12 @@
+// The four "ssl::" commands, in routing order.
+#pragma once
+
+#include "channel/command.h"
+
+namespace quillon {
+
+struct IdentityServices;
+
+CommandList sslCommands(const IdentityServices& services);
+
+}  // namespace quillon

@@ -1,0 +1,43 @@
+// Engine: the stand-in for the Flutter engine. It owns the binary messenger and
+// the interface link, the local socket through which interface processes talk
+// to the host, and serves them on the GLib default main context.
+//
+// Contract: start() once, on the main thread, before the main loop runs;
+// shutdown() closes every connection and removes the socket file, and is also
+// done by the destructor. The messenger lives as long as the engine.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "embedding/binary_messenger.h"
+
+namespace quillon {
+
+class Engine {
+ public:
+  // The socket path: the engine switch QUILLON_INTERFACE_SOCKET when set, else
+  // $XDG_RUNTIME_DIR/quillon-host/interface.sock, else
+  // /tmp/quillon-host-<uid>/interface.sock.
+  static std::string interfaceSocketPath();
+
+  explicit Engine(std::string socketPath = interfaceSocketPath());
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
+  ~Engine();
+
+  // Starts serving the link. Answers a reason on failure, for instance when
+  // another host already serves the path.
+  std::optional<std::string> start();
+  void shutdown();
+
+  BinaryMessenger& binaryMessenger();
+  const std::string& socketPath() const;
+
+ private:
+  class Link;
+  std::unique_ptr<Link> link_;
+};
+
+}  // namespace quillon
