@@ -43,6 +43,8 @@ const ChannelValue* ChannelMap::find(const ChannelValue& key) const {
   return nullptr;
 }
 
+std::size_t ChannelMap::size() const { return entries_.size(); }
+bool ChannelMap::empty() const { return entries_.empty(); }
 std::vector<ChannelMap::Entry>::const_iterator ChannelMap::begin() const { return entries_.begin(); }
 std::vector<ChannelMap::Entry>::const_iterator ChannelMap::end() const { return entries_.end(); }
 

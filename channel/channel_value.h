@@ -39,8 +39,8 @@ class ChannelMap {
   const ChannelValue* find(std::string_view key) const;
   const ChannelValue* find(const ChannelValue& key) const;
 
-  std::size_t size() const { return entries_.size(); }
-  bool empty() const { return entries_.empty(); }
+  std::size_t size() const;
+  bool empty() const;
   std::vector<Entry>::const_iterator begin() const;
   std::vector<Entry>::const_iterator end() const;
 
