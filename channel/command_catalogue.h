@@ -9,16 +9,13 @@
 namespace quillon {
 
 class ProcessManager;
-struct WindowServices;
-struct IdentityServices;
 struct BundleEnvironment;
 
 // What the commands reach. The services and their platform must outlive the
-// catalogue; `processManager` is read on every process command.
+// catalogue; `processManager` is read on every process command. Each namespace
+// adds its services here as it is built.
 struct CommandServices {
   std::function<ProcessManager&()> processManager;
-  const WindowServices& window;
-  const IdentityServices& identity;
   const BundleEnvironment& bundle;
 };
 

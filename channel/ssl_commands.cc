@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-CommandList sslCommands(const IdentityServices&) {
+CommandList sslCommands() {
   return unbuiltCommands(
       {"ssl::isCertificateAvailable", "ssl::addCertificate", "ssl::getMacAddress", "ssl::getPlatformUUID"});
 }

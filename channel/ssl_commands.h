@@ -5,8 +5,6 @@
 
 namespace quillon {
 
-struct IdentityServices;
-
-CommandList sslCommands(const IdentityServices& services);
+CommandList sslCommands();
 
 }  // namespace quillon

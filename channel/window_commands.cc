@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-CommandList windowCommands(const WindowServices&) {
+CommandList windowCommands() {
   return unbuiltCommands({"window::getWindowRect", "window::showWindow", "window::getScreenBounds",
                           "window::getScreenWorkingAreaDimensions", "window::showAlert"});
 }

@@ -5,8 +5,6 @@
 
 namespace quillon {
 
-struct WindowServices;
-
-CommandList windowCommands(const WindowServices& services);
+CommandList windowCommands();
 
 }  // namespace quillon

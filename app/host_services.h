@@ -1,0 +1,35 @@
+// HostServices: the host's platform implementations and the stateless services
+// that the command catalogue reaches. Built once on the main thread at start-up
+// and kept for the life of the host; everything it hands out borrows from it.
+#pragma once
+
+#include <functional>
+
+#include "bundle/assembly_data.h"
+#include "channel/command_catalogue.h"
+#include "platform/linux/flutter_bundle_locator.h"
+#include "platform/linux/linux_file_system.h"
+#include "platform/linux/stdout_diagnostics.h"
+
+namespace quillon {
+
+class HostServices {
+ public:
+  HostServices();
+  HostServices(const HostServices&) = delete;
+  HostServices& operator=(const HostServices&) = delete;
+
+  // The services of the catalogue; `processManager` names the one instance,
+  // which its owner (the main window) keeps.
+  CommandServices commandServices(std::function<ProcessManager&()> processManager) const;
+
+  Diagnostics& diagnostics() { return diagnostics_; }
+
+ private:
+  StdoutDiagnostics diagnostics_;
+  LinuxFileSystem files_;
+  FlutterBundleLocator bundleLocator_;
+  BundleEnvironment bundle_;
+};
+
+}  // namespace quillon
