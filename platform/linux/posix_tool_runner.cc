@@ -1,0 +1,145 @@
+#include "platform/linux/posix_tool_runner.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+extern char** environ;
+
+namespace quillon {
+namespace {
+
+// A descriptor closed when it goes out of scope, so that no early return leaks it.
+class ScopedFd {
+ public:
+  ScopedFd() = default;
+  explicit ScopedFd(int fd) : fd_(fd) {}
+  ScopedFd(const ScopedFd&) = delete;
+  ScopedFd& operator=(const ScopedFd&) = delete;
+  ~ScopedFd() { reset(); }
+
+  int get() const { return fd_; }
+  void reset() {
+    // A close interrupted by a signal has still released the descriptor on
+    // Linux; retrying could close one that another thread just opened.
+    if (fd_ >= 0) close(fd_);
+    fd_ = -1;
+  }
+
+ private:
+  int fd_ = -1;
+};
+
+// The file actions and attributes of one spawn, destroyed with the object.
+class SpawnSetup {
+ public:
+  SpawnSetup(int pipeWriteEnd, ToolRunner::Streams streams) {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawnattr_init(&attributes_);
+    posix_spawn_file_actions_adddup2(&actions_, pipeWriteEnd, STDOUT_FILENO);
+    if (streams == ToolRunner::Streams::kOutputAndError) {
+      posix_spawn_file_actions_adddup2(&actions_, pipeWriteEnd, STDERR_FILENO);
+    }
+    // A host that blocks or ignores signals (SIGPIPE, for one) must not hand
+    // that on to the tools it runs.
+    sigset_t none;
+    sigemptyset(&none);
+    sigset_t all;
+    sigfillset(&all);
+    posix_spawnattr_setsigmask(&attributes_, &none);
+    posix_spawnattr_setsigdefault(&attributes_, &all);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  SpawnSetup(const SpawnSetup&) = delete;
+  SpawnSetup& operator=(const SpawnSetup&) = delete;
+  ~SpawnSetup() {
+    posix_spawnattr_destroy(&attributes_);
+    posix_spawn_file_actions_destroy(&actions_);
+  }
+
+  const posix_spawn_file_actions_t* actions() const { return &actions_; }
+  const posix_spawnattr_t* attributes() const { return &attributes_; }
+
+ private:
+  posix_spawn_file_actions_t actions_;
+  posix_spawnattr_t attributes_;
+};
+
+// argv for the child: the executable's path, then the arguments, then null.
+// The strings are copies because exec takes them as mutable.
+class ArgumentVector {
+ public:
+  ArgumentVector(const std::string& executable, const std::vector<std::string>& arguments) : strings_{executable} {
+    strings_.insert(strings_.end(), arguments.begin(), arguments.end());
+    for (std::string& text : strings_) pointers_.push_back(text.data());
+    pointers_.push_back(nullptr);
+  }
+
+  char* const* get() { return pointers_.data(); }
+
+ private:
+  std::vector<std::string> strings_;
+  std::vector<char*> pointers_;
+};
+
+void readToEnd(int fd, std::vector<std::uint8_t>& output) {
+  std::array<std::uint8_t, 65536> buffer;
+  for (;;) {
+    const ssize_t count = read(fd, buffer.data(), buffer.size());
+    if (count > 0) {
+      output.insert(output.end(), buffer.begin(), buffer.begin() + count);
+    } else if (count == 0 || errno != EINTR) {
+      return;
+    }
+  }
+}
+
+int reap(pid_t child) {
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0) {
+    // ECHILD: someone set SIGCHLD to be ignored and the kernel reaped the
+    // child itself; its status is lost, which must not read as success.
+    if (errno != EINTR) return -1;
+  }
+  return status;
+}
+
+}  // namespace
+
+ToolRun PosixToolRunner::run(const std::string& executable, const std::vector<std::string>& arguments,
+                             Streams streams) {
+  ToolRun result;
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+    result.startError = std::strerror(errno);
+    return result;
+  }
+  ScopedFd readEnd(ends[0]);
+  ScopedFd writeEnd(ends[1]);
+
+  pid_t child = 0;
+  {
+    SpawnSetup setup(writeEnd.get(), streams);
+    ArgumentVector argv(executable, arguments);
+    const int error = posix_spawn(&child, executable.c_str(), setup.actions(), setup.attributes(), argv.get(), environ);
+    if (error != 0) {
+      result.startError = std::strerror(error);
+      return result;
+    }
+  }
+  result.started = true;
+  // Only the child may hold the write end now, so the read ends when it does.
+  writeEnd.reset();
+  readToEnd(readEnd.get(), result.output);
+  readEnd.reset();
+  result.waitStatus = reap(child);
+  return result;
+}
+
+}  // namespace quillon
