@@ -1,0 +1,63 @@
+// StandardCodecReader: reads values in the standard codec's wire format from
+// bytes that it does not own, refusing anything malformed.
+//
+// Every read checks the bytes left first; a refusal stores one message (with
+// the byte offset where it was found) in the caller's error string, when one
+// is given, and every later read then fails too.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "channel/channel_value.h"
+
+namespace quillon::codec {
+
+class StandardCodecReader {
+ public:
+  StandardCodecReader(std::span<const std::uint8_t> bytes, std::string* error);
+
+  StandardCodecReader(const StandardCodecReader&) = delete;
+  StandardCodecReader& operator=(const StandardCodecReader&) = delete;
+
+  bool readValue(ChannelValue& out) { return readValue(out, 0); }
+  // A value that must be a string, or null when `nullable` (null reads as "");
+  // `what` names it in the refusal.
+  bool readString(std::string& out, std::string_view what, bool nullable = false);
+  bool readByte(std::uint8_t& out);
+  bool atEnd() const { return position_ == end_; }
+  // Fails unless every byte has been read.
+  bool finish();
+  // Refuses with `message` found at `offset` (or here); always returns false.
+  bool failAt(std::string_view message, std::size_t offset);
+  bool fail(std::string_view message) { return failAt(message, offset()); }
+  std::size_t offset() const { return static_cast<std::size_t>(position_ - begin_); }
+
+ private:
+  bool readValue(ChannelValue& out, std::size_t depth);
+  std::size_t remaining() const { return static_cast<std::size_t>(end_ - position_); }
+  bool need(std::size_t count);
+  template <typename T>
+  bool readNumber(T& out);
+  bool readSize(std::size_t& out);
+  // A count of things at least `unit` bytes each, which must fit in what is left.
+  bool readCount(std::size_t& out, std::size_t unit);
+  bool skipPadding(std::size_t alignment);
+  void skipOptionalPadding(std::size_t alignment);
+  bool readStringPayload(std::string& out);
+  template <typename T>
+  bool readTypedList(ChannelValue& out);
+  bool readList(ChannelValue& out, std::size_t depth);
+  bool readMap(ChannelValue& out, std::size_t depth);
+
+  const std::uint8_t* begin_;
+  const std::uint8_t* position_;
+  const std::uint8_t* end_;
+  std::string* error_;
+  bool failed_ = false;
+};
+
+}  // namespace quillon::codec
