@@ -183,6 +183,7 @@ bool StandardCodecReader::readString(std::string& out, std::string_view what, bo
 
 template <typename T>
 bool StandardCodecReader::readTypedList(ChannelValue& out) {
+  const std::size_t sizeOffset = offset();
   std::size_t count = 0;
   if (!readSize(count)) return false;
   if (count == 0) {
@@ -190,7 +191,6 @@ bool StandardCodecReader::readTypedList(ChannelValue& out) {
     out = ChannelValue(std::vector<T>());
     return true;
   }
-  const std::size_t sizeOffset = offset();
   if (!skipPadding(sizeof(T))) return false;
   if (count > remaining() / sizeof(T)) {
     return failAt("size " + std::to_string(count) + " beyond the " + std::to_string(remaining()) + " bytes left",
