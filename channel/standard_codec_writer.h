@@ -49,7 +49,7 @@ class StandardCodecWriter {
   explicit StandardCodecWriter(Sink& sink) : sink_(sink) {}
 
   void value(const ChannelValue& value) {
-    std::visit([this](const auto& held) { write(held); }, value.variant());
+    std::visit([this](const auto& held) { this->write(held); }, value.variant());
   }
   void string(std::string_view text) {
     type(TypeByte::kString);
