@@ -1,12 +1,14 @@
 // StandardCodecWriter: writes values in the standard codec's wire format into a
 // sink. The same writer runs twice per message: once over a CountingSink to
-// learn the exact size, once over a BufferSink that has reserved it, so that
-// encoding allocates once.
+// learn the exact size, once over a BufferSink into bytes of that size, so
+// that encoding allocates once and never checks for room.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
+#include <span>
 #include <string_view>
 #include <variant>
 #include <vector>
@@ -27,20 +29,22 @@ class CountingSink {
   std::size_t position_ = 0;
 };
 
-// Appends to a buffer that it does not own; alignment counts from the buffer's start.
+// Writes into bytes sized beforehand by a CountingSink run; the caller keeps
+// the bytes. Padding needs no writing: the bytes start out zero.
 class BufferSink {
  public:
-  explicit BufferSink(std::vector<std::uint8_t>& out) : out_(out) {}
-  std::size_t position() const { return out_.size(); }
+  explicit BufferSink(std::span<std::uint8_t> bytes) : begin_(bytes.data()), cursor_(bytes.data()) {}
+  std::size_t position() const { return static_cast<std::size_t>(cursor_ - begin_); }
   void put(const void* data, std::size_t count) {
     if (count == 0) return;
-    const auto* bytes = static_cast<const std::uint8_t*>(data);
-    out_.insert(out_.end(), bytes, bytes + count);
+    std::memcpy(cursor_, data, count);
+    cursor_ += count;
   }
-  void zeros(std::size_t count) { out_.resize(out_.size() + count); }
+  void zeros(std::size_t count) { cursor_ += count; }
 
  private:
-  std::vector<std::uint8_t>& out_;
+  std::uint8_t* begin_;
+  std::uint8_t* cursor_;
 };
 
 template <typename Sink>
@@ -140,8 +144,7 @@ std::vector<std::uint8_t> encodeMessage(WriteFunction write) {
   CountingSink counter;
   StandardCodecWriter<CountingSink> counting(counter);
   write(counting);
-  std::vector<std::uint8_t> out;
-  out.reserve(counter.position());
+  std::vector<std::uint8_t> out(counter.position());
   BufferSink sink(out);
   StandardCodecWriter<BufferSink> writer(sink);
   write(writer);
