@@ -77,6 +77,24 @@ class MapBuilder {
   std::unordered_multimap<std::size_t, std::size_t> index_;
 };
 
+// Where a decoded value goes: over a value already there, or onto the end of
+// a list. Both take the value's constructor arguments.
+struct AssignTo {
+  ChannelValue& out;
+  template <typename... Arguments>
+  void operator()(Arguments&&... arguments) {
+    out = ChannelValue(std::forward<Arguments>(arguments)...);
+  }
+};
+
+struct AppendTo {
+  ChannelList& list;
+  template <typename... Arguments>
+  void operator()(Arguments&&... arguments) {
+    list.emplace_back(std::forward<Arguments>(arguments)...);
+  }
+};
+
 }  // namespace
 
 StandardCodecReader::StandardCodecReader(std::span<const std::uint8_t> bytes, std::string* error)
@@ -182,13 +200,12 @@ bool StandardCodecReader::readString(std::string& out, std::string_view what, bo
 }
 
 template <typename T>
-bool StandardCodecReader::readTypedList(ChannelValue& out) {
+bool StandardCodecReader::readTypedList(std::vector<T>& out) {
   const std::size_t sizeOffset = offset();
   std::size_t count = 0;
   if (!readSize(count)) return false;
   if (count == 0) {
     skipOptionalPadding(sizeof(T));
-    out = ChannelValue(std::vector<T>());
     return true;
   }
   if (!skipPadding(sizeof(T))) return false;
@@ -196,92 +213,80 @@ bool StandardCodecReader::readTypedList(ChannelValue& out) {
     return failAt("size " + std::to_string(count) + " beyond the " + std::to_string(remaining()) + " bytes left",
                   sizeOffset);
   }
-  std::vector<T> elements(count);
-  std::memcpy(elements.data(), position_, count * sizeof(T));
+  out.resize(count);
+  std::memcpy(out.data(), position_, count * sizeof(T));
   position_ += count * sizeof(T);
-  out = ChannelValue(std::move(elements));
   return true;
 }
 
-bool StandardCodecReader::readList(ChannelValue& out, std::size_t depth) {
+bool StandardCodecReader::readList(ChannelList& out, std::size_t depth) {
   std::size_t count = 0;
   if (!readCount(count, 1)) return false;
-  ChannelList list(count);
-  for (ChannelValue& element : list) {
-    if (!readValue(element, depth + 1)) return false;
+  out.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    if (!readValue(AppendTo{out}, depth + 1)) return false;
   }
-  out = ChannelValue(std::move(list));
   return true;
 }
 
-bool StandardCodecReader::readMap(ChannelValue& out, std::size_t depth) {
+bool StandardCodecReader::readMap(ChannelMap& out, std::size_t depth) {
   std::size_t count = 0;
   if (!readCount(count, 2)) return false;
   MapBuilder builder(count);
   for (std::size_t i = 0; i < count; ++i) {
     ChannelValue key;
     ChannelValue value;
-    if (!readValue(key, depth + 1) || !readValue(value, depth + 1)) return false;
+    if (!readValue(AssignTo{key}, depth + 1) || !readValue(AssignTo{value}, depth + 1)) return false;
     builder.add(std::move(key), std::move(value));
   }
-  out = ChannelValue(std::move(builder).take());
+  out = std::move(builder).take();
   return true;
 }
 
-bool StandardCodecReader::readValue(ChannelValue& out, std::size_t depth) {
+bool StandardCodecReader::readValue(ChannelValue& out) { return readValue(AssignTo{out}, 0); }
+
+template <typename Place>
+bool StandardCodecReader::readValue(Place place, std::size_t depth) {
   const std::size_t typeOffset = offset();
   std::uint8_t type = 0;
   if (!readByte(type)) return false;
   switch (static_cast<TypeByte>(type)) {
     case TypeByte::kNull:
-      out = ChannelValue();
+      place();
       return true;
     case TypeByte::kTrue:
-      out = ChannelValue(true);
+      place(true);
       return true;
     case TypeByte::kFalse:
-      out = ChannelValue(false);
+      place(false);
       return true;
-    case TypeByte::kInt32: {
-      std::int32_t integer = 0;
-      if (!readNumber(integer)) return false;
-      out = ChannelValue(integer);
-      return true;
-    }
-    case TypeByte::kInt64: {
-      std::int64_t integer = 0;
-      if (!readNumber(integer)) return false;
-      out = ChannelValue(integer);
-      return true;
-    }
-    case TypeByte::kFloat64: {
-      double real = 0;
-      if (!skipPadding(sizeof real) || !readNumber(real)) return false;
-      out = ChannelValue(real);
-      return true;
-    }
-    case TypeByte::kString: {
-      std::string text;
-      if (!readStringPayload(text)) return false;
-      out = ChannelValue(std::move(text));
-      return true;
-    }
+    case TypeByte::kInt32:
+      return readScalar<std::int32_t>(place);
+    case TypeByte::kInt64:
+      return readScalar<std::int64_t>(place);
+    case TypeByte::kFloat64:
+      return skipPadding(sizeof(double)) && readScalar<double>(place);
+    case TypeByte::kString:
+      return readInto<std::string>(place, [this](std::string& text) { return readStringPayload(text); });
     case TypeByte::kUint8List:
-      return readTypedList<std::uint8_t>(out);
+      return readInto<std::vector<std::uint8_t>>(place, [this](auto& list) { return readTypedList(list); });
     case TypeByte::kInt32List:
-      return readTypedList<std::int32_t>(out);
+      return readInto<std::vector<std::int32_t>>(place, [this](auto& list) { return readTypedList(list); });
     case TypeByte::kInt64List:
-      return readTypedList<std::int64_t>(out);
+      return readInto<std::vector<std::int64_t>>(place, [this](auto& list) { return readTypedList(list); });
     case TypeByte::kFloat32List:
-      return readTypedList<float>(out);
+      return readInto<std::vector<float>>(place, [this](auto& list) { return readTypedList(list); });
     case TypeByte::kFloat64List:
-      return readTypedList<double>(out);
+      return readInto<std::vector<double>>(place, [this](auto& list) { return readTypedList(list); });
     case TypeByte::kList:
     case TypeByte::kMap:
       if (depth >= StandardCodec::kMaxDepth) {
         return failAt("nesting deeper than " + std::to_string(StandardCodec::kMaxDepth) + " levels", typeOffset);
       }
-      return static_cast<TypeByte>(type) == TypeByte::kList ? readList(out, depth) : readMap(out, depth);
+      if (static_cast<TypeByte>(type) == TypeByte::kList) {
+        return readInto<ChannelList>(place, [this, depth](ChannelList& list) { return readList(list, depth); });
+      }
+      return readInto<ChannelMap>(place, [this, depth](ChannelMap& map) { return readMap(map, depth); });
   }
   return failAt("unknown type byte " + std::to_string(type), typeOffset);
 }

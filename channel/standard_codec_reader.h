@@ -11,6 +11,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "channel/channel_value.h"
 
@@ -23,7 +25,7 @@ class StandardCodecReader {
   StandardCodecReader(const StandardCodecReader&) = delete;
   StandardCodecReader& operator=(const StandardCodecReader&) = delete;
 
-  bool readValue(ChannelValue& out) { return readValue(out, 0); }
+  bool readValue(ChannelValue& out);
   // A value that must be a string, or null when `nullable` (null reads as "");
   // `what` names it in the refusal.
   bool readString(std::string& out, std::string_view what, bool nullable = false);
@@ -37,7 +39,10 @@ class StandardCodecReader {
   std::size_t offset() const { return static_cast<std::size_t>(position_ - begin_); }
 
  private:
-  bool readValue(ChannelValue& out, std::size_t depth);
+  // Reads one value and hands its constructor arguments to `place`, which
+  // builds it where it belongs (no temporary value per list element).
+  template <typename Place>
+  bool readValue(Place place, std::size_t depth);
   std::size_t remaining() const { return static_cast<std::size_t>(end_ - position_); }
   bool need(std::size_t count);
   template <typename T>
@@ -48,10 +53,25 @@ class StandardCodecReader {
   bool skipPadding(std::size_t alignment);
   void skipOptionalPadding(std::size_t alignment);
   bool readStringPayload(std::string& out);
+  template <typename T, typename Place>
+  bool readScalar(Place& place) {
+    T scalar{};
+    if (!readNumber(scalar)) return false;
+    place(scalar);
+    return true;
+  }
+  // Reads a payload of type T with `read`, then places it.
+  template <typename T, typename Place, typename Read>
+  bool readInto(Place& place, Read read) {
+    T payload;
+    if (!read(payload)) return false;
+    place(std::move(payload));
+    return true;
+  }
   template <typename T>
-  bool readTypedList(ChannelValue& out);
-  bool readList(ChannelValue& out, std::size_t depth);
-  bool readMap(ChannelValue& out, std::size_t depth);
+  bool readTypedList(std::vector<T>& out);
+  bool readList(ChannelList& out, std::size_t depth);
+  bool readMap(ChannelMap& out, std::size_t depth);
 
   const std::uint8_t* begin_;
   const std::uint8_t* position_;
