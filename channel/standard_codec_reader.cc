@@ -269,15 +269,15 @@ bool StandardCodecReader::readValue(Place place, std::size_t depth) {
     case TypeByte::kString:
       return readInto<std::string>(place, [this](std::string& text) { return readStringPayload(text); });
     case TypeByte::kUint8List:
-      return readInto<std::vector<std::uint8_t>>(place, [this](auto& list) { return readTypedList(list); });
+      return readInto<std::vector<std::uint8_t>>(place, [this](auto& list) { return this->readTypedList(list); });
     case TypeByte::kInt32List:
-      return readInto<std::vector<std::int32_t>>(place, [this](auto& list) { return readTypedList(list); });
+      return readInto<std::vector<std::int32_t>>(place, [this](auto& list) { return this->readTypedList(list); });
     case TypeByte::kInt64List:
-      return readInto<std::vector<std::int64_t>>(place, [this](auto& list) { return readTypedList(list); });
+      return readInto<std::vector<std::int64_t>>(place, [this](auto& list) { return this->readTypedList(list); });
     case TypeByte::kFloat32List:
-      return readInto<std::vector<float>>(place, [this](auto& list) { return readTypedList(list); });
+      return readInto<std::vector<float>>(place, [this](auto& list) { return this->readTypedList(list); });
     case TypeByte::kFloat64List:
-      return readInto<std::vector<double>>(place, [this](auto& list) { return readTypedList(list); });
+      return readInto<std::vector<double>>(place, [this](auto& list) { return this->readTypedList(list); });
     case TypeByte::kList:
     case TypeByte::kMap:
       if (depth >= StandardCodec::kMaxDepth) {
