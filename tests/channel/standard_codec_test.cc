@@ -72,7 +72,8 @@ INSTANTIATE_TEST_SUITE_P(
         WireCase{"Int32", std::int32_t{0x12345678}, {3, 0x78, 0x56, 0x34, 0x12}},
         WireCase{"Int32Negative", std::int32_t{-2}, {3, 0xfe, 0xff, 0xff, 0xff}},
         WireCase{"Int64", std::int64_t{0x0102030405060708}, {4, 8, 7, 6, 5, 4, 3, 2, 1}},
-        WireCase{"Int64JustBelowInt32", std::int64_t{-2147483649LL}, {4, 0xff, 0xff, 0xff, 0x7f, 0xff, 0xff, 0xff, 0xff}},
+        WireCase{"Int64JustBelowInt32", std::int64_t{-2147483649LL},
+                 {4, 0xff, 0xff, 0xff, 0x7f, 0xff, 0xff, 0xff, 0xff}},
         WireCase{"Int64JustAboveInt32", std::int64_t{2147483648LL}, {4, 0, 0, 0, 0x80, 0, 0, 0, 0}},
         WireCase{"Int64ThatFitsGoesAsInt32", std::int64_t{-2147483648LL}, {3, 0, 0, 0, 0x80}, Direction::kEncodeOnly},
         WireCase{"Int64SmallStillDecodesAsInt64", std::int64_t{7}, {4, 7, 0, 0, 0, 0, 0, 0, 0}, Direction::kDecodeOnly},
@@ -289,7 +290,8 @@ INSTANTIATE_TEST_SUITE_P(
                       MalformedCase{"TrailingAfterArguments", {7, 1, 'm', 0, 0},
                                     "1 trailing bytes after the message at byte 4"},
                       MalformedCase{"InvalidUtf8Name", {7, 1, 0x80, 0}, "invalid UTF-8 in string at byte 2"},
-                      MalformedCase{"MalformedArguments", {7, 1, 'm', 12, 9}, "size 9 beyond the 0 bytes left at byte 4"}),
+                      MalformedCase{"MalformedArguments", {7, 1, 'm', 12, 9},
+                                    "size 9 beyond the 0 bytes left at byte 4"}),
     caseName);
 
 struct EnvelopeCase {
