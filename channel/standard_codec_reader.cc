@@ -33,12 +33,12 @@ bool isValidUtf8(const char* text, std::size_t length) {
 // hash index, so that a hostile message cannot make decoding quadratic.
 class MapBuilder {
  public:
-  explicit MapBuilder(std::size_t count) : indexed_(count > kDirectSearchLimit) {
+  MapBuilder(std::size_t count, std::size_t reservation) : indexed_(count > kDirectSearchLimit) {
     if (indexed_) {
-      entries_.reserve(count);
-      index_.reserve(count);
+      entries_.reserve(reservation);
+      index_.reserve(reservation);
     } else {
-      map_.reserve(count);
+      map_.reserve(reservation);
     }
   }
 
@@ -98,7 +98,9 @@ struct AppendTo {
 }  // namespace
 
 StandardCodecReader::StandardCodecReader(std::span<const std::uint8_t> bytes, std::string* error)
-    : begin_(bytes.data()), position_(bytes.data()), end_(bytes.data() + bytes.size()), error_(error) {}
+    : begin_(bytes.data()), position_(bytes.data()), end_(bytes.data() + bytes.size()),
+      error_(error),
+      reserveBudget_(bytes.size()) {}
 
 bool StandardCodecReader::failAt(std::string_view message, std::size_t offset) {
   if (!failed_ && error_ != nullptr) {
@@ -155,6 +157,12 @@ bool StandardCodecReader::readCount(std::size_t& out, std::size_t unit) {
                   sizeOffset);
   }
   return true;
+}
+
+std::size_t StandardCodecReader::reservation(std::size_t count) {
+  const std::size_t granted = std::min(count, reserveBudget_);
+  reserveBudget_ -= granted;
+  return granted;
 }
 
 bool StandardCodecReader::skipPadding(std::size_t alignment) {
@@ -222,7 +230,7 @@ bool StandardCodecReader::readTypedList(std::vector<T>& out) {
 bool StandardCodecReader::readList(ChannelList& out, std::size_t depth) {
   std::size_t count = 0;
   if (!readCount(count, 1)) return false;
-  out.reserve(count);
+  out.reserve(reservation(count));
   for (std::size_t i = 0; i < count; ++i) {
     if (!readValue(AppendTo{out}, depth + 1)) return false;
   }
@@ -232,7 +240,7 @@ bool StandardCodecReader::readList(ChannelList& out, std::size_t depth) {
 bool StandardCodecReader::readMap(ChannelMap& out, std::size_t depth) {
   std::size_t count = 0;
   if (!readCount(count, 2)) return false;
-  MapBuilder builder(count);
+  MapBuilder builder(count, reservation(count));
   for (std::size_t i = 0; i < count; ++i) {
     ChannelValue key;
     ChannelValue value;

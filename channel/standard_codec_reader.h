@@ -50,6 +50,11 @@ class StandardCodecReader {
   bool readSize(std::size_t& out);
   // A count of things at least `unit` bytes each, which must fit in what is left.
   bool readCount(std::size_t& out, std::size_t unit);
+  // How many of `count` elements to reserve room for. All reservations of one
+  // message together stay within its byte count: a real message never has more
+  // elements than bytes, and a hostile one cannot claim huge counts at every
+  // nesting level to make the host reserve memory it will never fill.
+  std::size_t reservation(std::size_t count);
   bool skipPadding(std::size_t alignment);
   void skipOptionalPadding(std::size_t alignment);
   bool readStringPayload(std::string& out);
@@ -77,6 +82,7 @@ class StandardCodecReader {
   const std::uint8_t* position_;
   const std::uint8_t* end_;
   std::string* error_;
+  std::size_t reserveBudget_;
   bool failed_ = false;
 };
 
