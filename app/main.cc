@@ -17,10 +17,29 @@ gboolean quitLoop(gpointer loop) {
   return G_SOURCE_CONTINUE;
 }
 
+// SIGINT and SIGTERM end the main loop for as long as this object lives.
+class StopSignals {
+ public:
+  explicit StopSignals(GMainLoop* loop)
+      : interrupt_(g_unix_signal_add(SIGINT, quitLoop, loop)), terminate_(g_unix_signal_add(SIGTERM, quitLoop, loop)) {}
+  StopSignals(const StopSignals&) = delete;
+  StopSignals& operator=(const StopSignals&) = delete;
+  ~StopSignals() {
+    g_source_remove(interrupt_);
+    g_source_remove(terminate_);
+  }
+
+ private:
+  guint interrupt_;
+  guint terminate_;
+};
+
 }  // namespace
 
 int main() {
   std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop(g_main_loop_new(nullptr, FALSE), g_main_loop_unref);
+  // Before the socket appears: a client that sees it may stop the host at once.
+  const StopSignals stopSignals(loop.get());
   quillon::Engine engine;
   if (const auto failure = engine.start()) {
     std::fprintf(stderr, "quillon-host: %s\n", failure->c_str());
@@ -30,10 +49,6 @@ int main() {
   // The process services are not built yet; their commands answer without them.
   const quillon::NativeCommandChannel commands(engine.binaryMessenger(), services.commandServices({}));
 
-  const guint interrupt = g_unix_signal_add(SIGINT, quitLoop, loop.get());
-  const guint terminate = g_unix_signal_add(SIGTERM, quitLoop, loop.get());
   g_main_loop_run(loop.get());
-  g_source_remove(interrupt);
-  g_source_remove(terminate);
   return 0;
 }
