@@ -10,31 +10,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "embedding/unique_fd.h"
+
 extern char** environ;
 
 namespace quillon {
 namespace {
-
-// A descriptor closed when it goes out of scope, so that no early return leaks it.
-class ScopedFd {
- public:
-  ScopedFd() = default;
-  explicit ScopedFd(int fd) : fd_(fd) {}
-  ScopedFd(const ScopedFd&) = delete;
-  ScopedFd& operator=(const ScopedFd&) = delete;
-  ~ScopedFd() { reset(); }
-
-  int get() const { return fd_; }
-  void reset() {
-    // A close interrupted by a signal has still released the descriptor on
-    // Linux; retrying could close one that another thread just opened.
-    if (fd_ >= 0) close(fd_);
-    fd_ = -1;
-  }
-
- private:
-  int fd_ = -1;
-};
 
 // The file actions and attributes of one spawn, destroyed with the object.
 class SpawnSetup {
@@ -120,8 +101,8 @@ ToolRun PosixToolRunner::run(const std::string& executable, const std::vector<st
     result.startError = std::strerror(errno);
     return result;
   }
-  ScopedFd readEnd(ends[0]);
-  ScopedFd writeEnd(ends[1]);
+  UniqueFd readEnd(ends[0]);
+  UniqueFd writeEnd(ends[1]);
 
   pid_t child = 0;
   {
