@@ -9,7 +9,12 @@
 #include "channel/command_catalogue.h"
 #include "platform/linux/flutter_bundle_locator.h"
 #include "platform/linux/linux_file_system.h"
+#include "platform/linux/posix_tool_runner.h"
+#include "platform/linux/proc_running_applications.h"
+#include "platform/linux/process_query_script_runner.h"
 #include "platform/linux/stdout_diagnostics.h"
+#include "platform/linux/unavailable_window_list.h"
+#include "process/process_environment.h"
 
 namespace quillon {
 
@@ -24,12 +29,19 @@ class HostServices {
   CommandServices commandServices(std::function<ProcessManager&()> processManager) const;
 
   Diagnostics& diagnostics() { return diagnostics_; }
+  // The platform of the process services, for the owner of the ProcessManager.
+  const ProcessEnvironment& processEnvironment() const { return process_; }
 
  private:
   StdoutDiagnostics diagnostics_;
   LinuxFileSystem files_;
   FlutterBundleLocator bundleLocator_;
   BundleEnvironment bundle_;
+  PosixToolRunner tools_;
+  ProcRunningApplications applications_;
+  ProcessQueryScriptRunner scripts_;
+  UnavailableWindowList windows_;
+  ProcessEnvironment process_;
 };
 
 }  // namespace quillon

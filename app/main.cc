@@ -9,6 +9,7 @@
 #include "app/host_services.h"
 #include "app/native_command_channel.h"
 #include "embedding/engine.h"
+#include "process/process_manager.h"
 
 namespace {
 
@@ -46,8 +47,10 @@ int main() {
     return 1;
   }
   quillon::HostServices services;
-  // The process services are not built yet; their commands answer without them.
-  const quillon::NativeCommandChannel commands(engine.binaryMessenger(), services.commandServices({}));
+  quillon::ProcessManager processManager(services.processEnvironment());
+  const quillon::NativeCommandChannel commands(
+      engine.binaryMessenger(),
+      services.commandServices([&processManager]() -> quillon::ProcessManager& { return processManager; }));
 
   g_main_loop_run(loop.get());
   return 0;

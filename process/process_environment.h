@@ -1,0 +1,21 @@
+// ProcessEnvironment: the platform that the process services ask. The owner of
+// the implementations keeps them alive for as long as any ProcessManager uses them.
+#pragma once
+
+#include "platform/diagnostics.h"
+#include "platform/running_applications.h"
+#include "platform/script_runner.h"
+#include "platform/tool_runner.h"
+#include "platform/window_list.h"
+
+namespace quillon {
+
+struct ProcessEnvironment {
+  ToolRunner& tools;
+  RunningApplications& applications;
+  ScriptRunner& scripts;
+  WindowList& windows;
+  Diagnostics& diagnostics;
+};
+
+}  // namespace quillon

@@ -1,0 +1,80 @@
+// ProcessManager: the host's process services, over the platform of a
+// ProcessEnvironment. Holds no state of its own: every operation asks the
+// system afresh, on the calling thread, and blocks it while a tool or script
+// runs. The host keeps one instance; the environment's implementations must
+// outlive it.
+//
+// Two faces over the same behaviour. The core operations return their result,
+// except the three that answer through a completion. The exported face takes a
+// completion as the last parameter of every operation. Either way a completion
+// is called exactly once, on the calling thread, before the operation returns.
+// Failures come back as values (empty list, "Unknown", "", false); the only
+// error reply is "UNAVAILABLE" from the two main-window lookups.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "channel/reply_callback.h"
+#include "process/process_environment.h"
+
+namespace quillon {
+
+// A list of ids as the interface receives it: a plain list of integers, each
+// written in the smallest integer form, not a typed array of 64-bit values.
+ChannelValue processIdListValue(const std::vector<std::int64_t>& ids);
+
+class ProcessManager {
+ public:
+  using Completion = ReplyCallback;
+  using Lookup = std::function<std::optional<std::string>(std::int64_t processId)>;
+
+  explicit ProcessManager(const ProcessEnvironment& environment) : environment_(environment) {}
+  ProcessManager(const ProcessManager&) = delete;
+  ProcessManager& operator=(const ProcessManager&) = delete;
+
+  // Core operations.
+  std::vector<std::int64_t> getProcessIdList();
+  std::int32_t getCurrentProcessId();
+  void getProcessesByName(const std::string& processName, Completion completion);
+  bool isAlive(std::int64_t processId);
+  void getMainWindowHandle(std::int64_t processId, Completion completion);
+  void getMainWindowTitle(std::int64_t processId, Completion completion);
+  bool closeWindow(std::int64_t processId);
+  bool killProcess(std::int64_t processId);
+  std::string getProcessName(std::int64_t processId);
+  std::string getProcessFileName(std::int64_t processId);
+  std::string getProcessLaunchArguments(std::int64_t processId);
+  std::string getProcessWorkingDirectory(std::int64_t processId);
+
+  // Exported face.
+  void getProcessIdList(Completion completion);
+  void getCurrentProcessId(Completion completion);
+  void getProcessesByNameWithProcessName(const std::string& processName, Completion completion);
+  void isAliveWithProcessId(std::int64_t processId, Completion completion);
+  void getMainWindowHandleWithProcessId(std::int64_t processId, Completion completion);
+  void getMainWindowTitleWithProcessId(std::int64_t processId, Completion completion);
+  void closeWindowWithProcessId(std::int64_t processId, Completion completion);
+  void killProcessWithProcessId(std::int64_t processId, Completion completion);
+  void getProcessNameWithProcessId(std::int64_t processId, Completion completion);
+  void getProcessFileNameWithProcessId(std::int64_t processId, Completion completion);
+  void getProcessLaunchArgumentsWithProcessId(std::int64_t processId, Completion completion);
+  void getProcessWorkingDirectoryWithProcessId(std::int64_t processId, Completion completion);
+
+  // The steps behind the operations above.
+  std::string readProcessField(std::int64_t processId, std::string_view keyword);
+  void completeMainWindowLookup(std::int64_t processId, Completion completion, const Lookup& lookup,
+                                std::string_view notFoundMessage);
+  std::optional<std::string> findMainWindowHandle(std::int64_t processId);
+  std::optional<std::string> runAppleScript(const std::string& source);
+  std::optional<std::string> findMainWindowTitle(std::int64_t processId);
+
+ private:
+  ProcessEnvironment environment_;
+};
+
+}  // namespace quillon
