@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <fstream>
 #include <future>
+#include <sstream>
 #include <thread>
 
 #include "platform/linux/posix_tool_runner.h"
@@ -180,6 +181,20 @@ TEST(ProcRunningApplicationsTest, ListsProcessesAscendingUnderTheirFullNames) {
   // for the child, whose executable is plain sleep; from the executable for us.
   EXPECT_EQ(named(child.pid()), kChildName);
   EXPECT_EQ(named(::getpid()), std::filesystem::read_symlink("/proc/self/exe").filename().native());
+}
+
+TEST(ProcRunningApplicationsTest, KernelThreadsAreNotApplications) {
+  // Kernel threads are kthreadd (id 2) and its children, as ps reports them.
+  const ToolRun run = PosixToolRunner().run("/bin/ps", {"-e", "-o", "pid=,ppid="}, ToolRunner::Streams::kOutput);
+  std::istringstream table(std::string(run.output.begin(), run.output.end()));
+  std::vector<std::int64_t> kernelThreads;
+  for (std::int64_t id = 0, parent = 0; table >> id >> parent;) {
+    if (id == 2 || parent == 2) kernelThreads.push_back(id);
+  }
+  std::vector<std::int64_t> listed;
+  for (const RunningApplication& application : ProcRunningApplications().list()) listed.push_back(application.processId);
+  for (const std::int64_t id : kernelThreads) EXPECT_FALSE(contains(listed, id)) << id;
+  EXPECT_TRUE(contains(listed, ::getpid()));
 }
 
 }  // namespace
