@@ -11,8 +11,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 extern char** environ;
@@ -32,6 +35,7 @@ class SleepingChild {
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     if (::posix_spawn(&pid_, path_.c_str(), nullptr, nullptr, argv.data(), environ) != 0) pid_ = -1;
+    waitForCommandLine();
   }
   SleepingChild(const SleepingChild&) = delete;
   SleepingChild& operator=(const SleepingChild&) = delete;
@@ -46,6 +50,18 @@ class SleepingChild {
 
   pid_t pid() const { return pid_; }
   const std::string& path() const { return path_; }
+
+  // posix_spawn may return while the kernel still sets up the new program,
+  // before /proc shows its command line; the tests read the finished process.
+  void waitForCommandLine() const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const std::string commandLine = "/proc/" + std::to_string(pid_) + "/cmdline";
+    while (pid_ > 0 && std::chrono::steady_clock::now() < deadline) {
+      std::ifstream file(commandLine);
+      if (file.peek() != std::ifstream::traits_type::eof()) return;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
 
   // Waits for the child to end; answers the signal that ended it, or 0.
   int reap() {
