@@ -4,12 +4,21 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include "bundle/assembly_data.h"
 #include "channel/command_catalogue.h"
+#include "identity/identity_services.h"
 #include "platform/linux/flutter_bundle_locator.h"
+#include "platform/linux/glib_uuid_generator.h"
+#include "platform/linux/icu_date_parser.h"
 #include "platform/linux/linux_file_system.h"
+#include "platform/linux/linux_hardware_identity.h"
+#include "platform/linux/linux_temporary_directory.h"
+#include "platform/linux/nss_keychain.h"
 #include "platform/linux/stdout_diagnostics.h"
+#include "platform/linux/sysfs_network_interfaces.h"
+#include "platform/linux/system_clock.h"
 
 namespace quillon {
 
@@ -30,6 +39,15 @@ class HostServices {
   LinuxFileSystem files_;
   FlutterBundleLocator bundleLocator_;
   BundleEnvironment bundle_;
+  NssKeychain keychain_{NssKeychain::userDatabaseDirectory()};
+  LinuxTemporaryDirectory temporaryDirectory_;
+  GlibUuidGenerator uuids_;
+  std::unique_ptr<ToolRunner> tools_;
+  IcuDateParser dates_;
+  SystemClock clock_;
+  SysfsNetworkInterfaces interfaces_;
+  LinuxHardwareIdentity hardware_;
+  IdentityServices identity_;
 };
 
 }  // namespace quillon
