@@ -36,9 +36,8 @@ std::optional<Certificate> NssKeychain::makeCertificate(const std::vector<std::u
   SECItem item = itemOf(der);
   const NssCertificate decoded(
       CERT_NewTempCertificate(session->certificateDatabase(), &item, nullptr, PR_FALSE, PR_TRUE));
-  // The decoder reads the certificate at the front; bytes after it make the
-  // text something other than one certificate.
-  if (!decoded || decoded->derCert.len != der.size()) return std::nullopt;
+  // NSS refuses truncated input and bytes after the certificate alike.
+  if (!decoded) return std::nullopt;
   return certificateFromCheckedDer(der);
 }
 

@@ -12,6 +12,8 @@ struct Base64Case {
   std::optional<Bytes> expected;
 };
 
+void PrintTo(const Base64Case& testCase, std::ostream* out) { *out << '"' << testCase.text << '"'; }
+
 class Base64Test : public ::testing::TestWithParam<Base64Case> {};
 
 TEST_P(Base64Test, DecodesByTheStoreRules) {

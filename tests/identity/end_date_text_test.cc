@@ -10,6 +10,8 @@ struct EndDateCase {
   std::optional<std::string> expected;
 };
 
+void PrintTo(const EndDateCase& testCase, std::ostream* out) { *out << ::testing::PrintToString(testCase.output); }
+
 class EndDateTextTest : public ::testing::TestWithParam<EndDateCase> {};
 
 TEST_P(EndDateTextTest, TakesTheTrimmedLastPiece) {

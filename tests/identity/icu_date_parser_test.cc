@@ -16,6 +16,8 @@ struct DateCase {
   std::optional<std::int64_t> epochSeconds;
 };
 
+void PrintTo(const DateCase& testCase, std::ostream* out) { *out << '"' << testCase.text << '"'; }
+
 // The parser works in the process's locale and zone; the cases are written for
 // English month names, and the zone must not matter when the text names one.
 class IcuDateParserTest : public ::testing::TestWithParam<DateCase> {

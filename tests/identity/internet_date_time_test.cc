@@ -12,6 +12,8 @@ struct DateTimeCase {
   std::optional<std::int64_t> epochSeconds;
 };
 
+void PrintTo(const DateTimeCase& testCase, std::ostream* out) { *out << '"' << testCase.text << '"'; }
+
 class InternetDateTimeTest : public ::testing::TestWithParam<DateTimeCase> {};
 
 TEST_P(InternetDateTimeTest, AcceptsOnlyTheInternetForm) {

@@ -74,6 +74,8 @@ struct IdentityFilesCase {
   std::optional<std::string> expected;
 };
 
+void PrintTo(const IdentityFilesCase& testCase, std::ostream* out) { *out << testCase.name; }
+
 class LinuxHardwareIdentityTest : public ::testing::TestWithParam<IdentityFilesCase> {};
 
 TEST_P(LinuxHardwareIdentityTest, PrefersDmiThenTheMachineId) {

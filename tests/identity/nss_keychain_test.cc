@@ -65,6 +65,8 @@ struct DefaultLabelCase {
   const char* label;
 };
 
+void PrintTo(const DefaultLabelCase& testCase, std::ostream* out) { *out << testCase.subject; }
+
 class NssDefaultLabelTest : public NssKeychainTest, public ::testing::WithParamInterface<DefaultLabelCase> {};
 
 TEST_P(NssDefaultLabelTest, FollowsTheSubject) {

@@ -124,6 +124,8 @@ struct InterfaceWalkCase {
   std::vector<std::string> lines;
 };
 
+void PrintTo(const InterfaceWalkCase& testCase, std::ostream* out) { *out << testCase.name; }
+
 class MacAddressTest : public ::testing::TestWithParam<InterfaceWalkCase> {};
 
 TEST_P(MacAddressTest, FirstInterfaceWithAnAddressWins) {
