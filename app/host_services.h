@@ -4,7 +4,6 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 
 #include "bundle/assembly_data.h"
 #include "channel/command_catalogue.h"
@@ -16,6 +15,7 @@
 #include "platform/linux/linux_hardware_identity.h"
 #include "platform/linux/linux_temporary_directory.h"
 #include "platform/linux/nss_keychain.h"
+#include "platform/linux/posix_tool_runner.h"
 #include "platform/linux/stdout_diagnostics.h"
 #include "platform/linux/sysfs_network_interfaces.h"
 #include "platform/linux/system_clock.h"
@@ -42,7 +42,7 @@ class HostServices {
   NssKeychain keychain_{NssKeychain::userDatabaseDirectory()};
   LinuxTemporaryDirectory temporaryDirectory_;
   GlibUuidGenerator uuids_;
-  std::unique_ptr<ToolRunner> tools_;
+  PosixToolRunner tools_;
   IcuDateParser dates_;
   SystemClock clock_;
   SysfsNetworkInterfaces interfaces_;
