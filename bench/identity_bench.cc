@@ -16,6 +16,7 @@
 #include "platform/linux/linux_hardware_identity.h"
 #include "platform/linux/linux_temporary_directory.h"
 #include "platform/linux/nss_keychain.h"
+#include "platform/linux/posix_tool_runner.h"
 #include "platform/linux/stdout_diagnostics.h"
 #include "platform/linux/sysfs_network_interfaces.h"
 #include "platform/linux/system_clock.h"
@@ -68,7 +69,44 @@ void BM_KeychainLookup(benchmark::State& state) {
     benchmark::DoNotOptimize(found);
   }
 }
-BENCHMARK(BM_KeychainLookup)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_KeychainLookup)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The openssl run that every check contains, on a file written beforehand.
+void BM_OpensslAlone(benchmark::State& state) {
+  StoredCertificate stored;
+  PosixToolRunner tools;
+  for (auto _ : state) {
+    ToolRun run = tools.run(SSLFunctions::kOpensslPath, {"x509", "-in", stored.derPath(), "-noout", "-enddate"},
+                            ToolRunner::Streams::kOutputAndError);
+    benchmark::DoNotOptimize(run);
+  }
+}
+BENCHMARK(BM_OpensslAlone)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The whole check of a stored certificate: lookup, file, openssl run, parse.
+void BM_IsCertificateAvailable(benchmark::State& state) {
+  StoredCertificate stored;
+  ::setenv("TMPDIR", stored.directory().c_str(), 1);
+  NssKeychain& keychain = stored.keychain();
+  LinuxTemporaryDirectory temporaryDirectory;
+  GlibUuidGenerator uuids;
+  PosixToolRunner tools;
+  IcuDateParser dates;
+  SystemClock clock;
+  SysfsNetworkInterfaces interfaces;
+  LinuxHardwareIdentity hardware;
+  StdoutDiagnostics diagnostics;
+  const IdentityServices services{keychain, temporaryDirectory, uuids,    tools,      dates,
+                                  clock,    interfaces,         hardware, diagnostics};
+  const Instant yesterday = clock.now() - std::chrono::hours(24);
+  for (auto _ : state) {
+    if (!SSLFunctions::isCertificateAvailable(services, kLabel, yesterday)) {
+      state.SkipWithError("the stored certificate was not available");
+      break;
+    }
+  }
+}
+BENCHMARK(BM_IsCertificateAvailable)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
 }  // namespace quillon
