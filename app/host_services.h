@@ -7,12 +7,20 @@
 
 #include "bundle/assembly_data.h"
 #include "channel/command_catalogue.h"
+#include "identity/identity_services.h"
 #include "platform/linux/flutter_bundle_locator.h"
+#include "platform/linux/glib_uuid_generator.h"
+#include "platform/linux/icu_date_parser.h"
 #include "platform/linux/linux_file_system.h"
+#include "platform/linux/linux_hardware_identity.h"
+#include "platform/linux/linux_temporary_directory.h"
+#include "platform/linux/nss_keychain.h"
 #include "platform/linux/posix_tool_runner.h"
 #include "platform/linux/proc_running_applications.h"
 #include "platform/linux/process_query_script_runner.h"
 #include "platform/linux/stdout_diagnostics.h"
+#include "platform/linux/sysfs_network_interfaces.h"
+#include "platform/linux/system_clock.h"
 #include "platform/linux/unavailable_window_list.h"
 #include "process/process_environment.h"
 
@@ -42,6 +50,14 @@ class HostServices {
   ProcessQueryScriptRunner scripts_;
   UnavailableWindowList windows_;
   ProcessEnvironment process_;
+  NssKeychain keychain_{NssKeychain::userDatabaseDirectory()};
+  LinuxTemporaryDirectory temporaryDirectory_;
+  GlibUuidGenerator uuids_;
+  IcuDateParser dates_;
+  SystemClock clock_;
+  SysfsNetworkInterfaces interfaces_;
+  LinuxHardwareIdentity hardware_;
+  IdentityServices identity_;
 };
 
 }  // namespace quillon

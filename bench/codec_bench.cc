@@ -7,6 +7,7 @@
 #include "channel/command_dispatcher.h"
 #include "channel/standard_codec.h"
 #include "tests/bundle/fake_bundle.h"
+#include "tests/identity/fake_identity_platform.h"
 #include "tests/support/capturing_diagnostics.h"
 
 namespace quillon {
@@ -59,8 +60,9 @@ void decodeRouteEncode(benchmark::State& state) {
   testing::FakeFiles files;
   testing::CapturingDiagnostics diagnostics;
   const BundleEnvironment environment{bundle, files, diagnostics};
+  testing::FakeIdentityPlatform identity;
   const CommandDispatcher dispatcher(commandCatalogue(CommandServices{
-      []() -> ProcessManager& { std::abort(); }, environment}));
+      []() -> ProcessManager& { std::abort(); }, environment, identity.services}));
   const std::vector<std::uint8_t> request =
       StandardCodec::encodeMethodCall(MethodCall{"assembly::getExecutingAssemblyPath", {}});
 

@@ -1,12 +1,57 @@
 #include "channel/ssl_commands.h"
 
-#include "channel/unbuilt_commands.h"
+#include "channel/command_arguments.h"
+#include "channel/command_replies.h"
+#include "channel/internet_date_time.h"
+#include "identity/ssl_functions.h"
 
 namespace quillon {
 
-CommandList sslCommands() {
-  return unbuiltCommands(
-      {"ssl::isCertificateAvailable", "ssl::addCertificate", "ssl::getMacAddress", "ssl::getPlatformUUID"});
+namespace {
+
+CommandHandler isCertificateAvailable(const IdentityServices& identity) {
+  return [&identity](const MethodCall& call, ReplyCallback reply) {
+    const auto arguments = CommandArguments::from(call.arguments);
+    const std::string* subject = arguments ? arguments->string("subject") : nullptr;
+    const std::string* dateText = arguments ? arguments->string("expirationDate") : nullptr;
+    const auto expirationDate = dateText ? parseInternetDateTime(*dateText) : std::nullopt;
+    if (!subject || !expirationDate) {
+      answerInvalidArgument(std::move(reply), "Expected subject and expirationDate");
+      return;
+    }
+    std::move(reply).success(SSLFunctions::isCertificateAvailable(identity, *subject, *expirationDate));
+  };
+}
+
+CommandHandler addCertificate(const IdentityServices& identity) {
+  return [&identity](const MethodCall& call, ReplyCallback reply) {
+    const auto arguments = CommandArguments::from(call.arguments);
+    const std::string* certificate = arguments ? arguments->string("certificate") : nullptr;
+    if (!certificate) {
+      answerInvalidArgument(std::move(reply), "Expected certificate");
+      return;
+    }
+    std::move(reply).success(SSLFunctions::addCertificate(identity, *certificate));
+  };
+}
+
+using TextOperation = std::string (*)(const IdentityServices&);
+
+CommandHandler answerText(const IdentityServices& identity, TextOperation operation) {
+  return [&identity, operation](const MethodCall&, ReplyCallback reply) {
+    std::move(reply).success(operation(identity));
+  };
+}
+
+}  // namespace
+
+CommandList sslCommands(const IdentityServices& identity) {
+  return {
+      {"ssl::isCertificateAvailable", isCertificateAvailable(identity)},
+      {"ssl::addCertificate", addCertificate(identity)},
+      {"ssl::getMacAddress", answerText(identity, &SSLFunctions::getMacAddress)},
+      {"ssl::getPlatformUUID", answerText(identity, &SSLFunctions::getPlatformUUID)},
+  };
 }
 
 }  // namespace quillon

@@ -5,6 +5,8 @@
 
 namespace quillon {
 
-CommandList sslCommands();
+struct IdentityServices;
+
+CommandList sslCommands(const IdentityServices& identity);
 
 }  // namespace quillon

@@ -56,10 +56,15 @@ HostProcess::~HostProcess() {
 }
 
 ChildProcess::Environment HostProcess::hostEnvironment() const {
+  // A home and a temporary directory of the bundle's own, so that the host's
+  // certificate store and certificate files never touch the user's.
+  ChildProcess::Environment environment{{"HOME", directory_ + "/home"}, {"TMPDIR", directory_}};
   if (layout_.runtimeDirectory) {
-    return {{"QUILLON_INTERFACE_SOCKET", std::nullopt}, {"XDG_RUNTIME_DIR", directory_ + "/runtime"}};
+    environment.insert({{"QUILLON_INTERFACE_SOCKET", std::nullopt}, {"XDG_RUNTIME_DIR", directory_ + "/runtime"}});
+  } else {
+    environment.insert({"QUILLON_INTERFACE_SOCKET", socketPath_});
   }
-  return {{"QUILLON_INTERFACE_SOCKET", socketPath_}};
+  return environment;
 }
 
 ChildProcess::Environment HostProcess::clientEnvironment() const { return {{"QUILLON_INTERFACE_SOCKET", socketPath_}}; }

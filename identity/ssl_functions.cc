@@ -1,0 +1,59 @@
+#include "identity/ssl_functions.h"
+
+#include "identity/base64.h"
+#include "identity/end_date_text.h"
+
+namespace quillon {
+
+bool SSLFunctions::isCertificateAvailable(const IdentityServices& services, const std::string& subject,
+                                          Instant expirationDate) {
+  const SearchResult found = services.keychain.copyMatching(SearchRequest{ItemClass::kCertificate, subject});
+  // A success without a certificate object has nothing to check: not available.
+  if (found.status != KeychainStatus::kSuccess || !found.certificate) return false;
+  return getCertificateExpirationDate(services, *found.certificate) > expirationDate;
+}
+
+bool SSLFunctions::addCertificate(const IdentityServices& services, const std::string& certificate) {
+  auto der = decodeBase64SkippingUnknown(certificate);
+  if (!der) return false;
+  auto object = services.keychain.makeCertificate(*der);
+  if (!object) return false;
+  return services.keychain.add(AddRequest{ItemClass::kCertificate, *std::move(object)}) == KeychainStatus::kSuccess;
+}
+
+Instant SSLFunctions::getCertificateExpirationDate(const IdentityServices& services, const Certificate& certificate) {
+  const std::string filePath = services.temporaryDirectory.path() + "/" + services.uuids.newUuid() + ".cer";
+  if (const auto error = services.temporaryDirectory.writeFile(filePath, certificate.der())) {
+    services.diagnostics.printLine("Error saving certificate to file: " + *error);
+    return services.clock.now();
+  }
+  const ToolRun run = services.tools.run(kOpensslPath, {"x509", "-in", filePath, "-noout", "-enddate"},
+                                         ToolRunner::Streams::kOutputAndError);
+  if (!run.started) {
+    services.diagnostics.printLine("Error running OpenSSL: " + run.startError);
+    return services.clock.now();
+  }
+  const auto dateText = endDateText(run.output);
+  if (!dateText) return services.clock.now();
+  const auto endOfValidity = services.dates.parse(kEndDatePattern, *dateText);
+  return endOfValidity ? *endOfValidity : services.clock.now();
+}
+
+std::string SSLFunctions::getMacAddress(const IdentityServices& services) {
+  const auto interfaces = services.interfaces.list();
+  if (!interfaces) {
+    services.diagnostics.printLine("Failed to get network interfaces.");
+    return {};
+  }
+  for (const NetworkInterface& interface : *interfaces) {
+    if (interface.hardwareAddress) return *interface.hardwareAddress;
+  }
+  services.diagnostics.printLine("No MAC address found.");
+  return {};
+}
+
+std::string SSLFunctions::getPlatformUUID(const IdentityServices& services) {
+  return services.hardware.platformUuid().value_or("");
+}
+
+}  // namespace quillon

@@ -1,0 +1,70 @@
+#include "platform/linux/nss_keychain.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <limits>
+
+#include "platform/linux/nss_labels.h"
+#include "platform/linux/nss_session.h"
+
+namespace quillon {
+
+namespace {
+
+// A view of `bytes` as NSS takes them; NSS only reads through it.
+SECItem itemOf(const std::vector<std::uint8_t>& bytes) {
+  return SECItem{siDERCertBuffer, const_cast<unsigned char*>(bytes.data()), static_cast<unsigned int>(bytes.size())};
+}
+
+}  // namespace
+
+std::string NssKeychain::userDatabaseDirectory() {
+  const char* home = std::getenv("HOME");
+  if (!home || !*home) {
+    const passwd* entry = ::getpwuid(::getuid());
+    home = entry ? entry->pw_dir : "/";
+  }
+  return std::string(home) + "/.pki/nssdb";
+}
+
+std::optional<Certificate> NssKeychain::makeCertificate(const std::vector<std::uint8_t>& der) const {
+  if (der.empty() || der.size() > std::numeric_limits<unsigned int>::max()) return std::nullopt;
+  const auto session = NssSession::open({}, NssSession::Access::kNoDatabase);
+  if (!session) return std::nullopt;
+  SECItem item = itemOf(der);
+  const NssCertificate decoded(
+      CERT_NewTempCertificate(session->certificateDatabase(), &item, nullptr, PR_FALSE, PR_TRUE));
+  // NSS refuses truncated input and bytes after the certificate alike.
+  if (!decoded) return std::nullopt;
+  return certificateFromCheckedDer(der);
+}
+
+SearchResult NssKeychain::copyMatching(const SearchRequest& request) {
+  const auto session = NssSession::open(databaseDirectory_, NssSession::Access::kReadOnly);
+  if (!session) return {KeychainStatus::kUnavailable, std::nullopt};
+  const NssCertificate found = findCertificateByLabel(*session, request.label);
+  if (!found) return {KeychainStatus::kItemNotFound, std::nullopt};
+  const std::vector<std::uint8_t> der(found->derCert.data, found->derCert.data + found->derCert.len);
+  return {KeychainStatus::kSuccess, certificateFromCheckedDer(der)};
+}
+
+KeychainStatus NssKeychain::add(const AddRequest& request) {
+  const auto session = NssSession::open(databaseDirectory_, NssSession::Access::kReadWrite);
+  if (!session) return KeychainStatus::kUnavailable;
+  SECItem item = itemOf(request.value.der());
+  // NSS answers success for a certificate it already holds; the keychain calls
+  // that a duplicate.
+  if (const NssCertificate stored{PK11_FindCertFromDERCertItem(session->slot(), &item, nullptr)}) {
+    return KeychainStatus::kDuplicateItem;
+  }
+  const NssCertificate certificate(
+      CERT_NewTempCertificate(session->certificateDatabase(), &item, nullptr, PR_FALSE, PR_TRUE));
+  if (!certificate) return KeychainStatus::kUnavailable;
+  const std::string label = labelFreeFor(*session, *certificate, defaultLabel(*certificate));
+  const SECStatus imported = PK11_ImportCert(session->slot(), certificate.get(), CK_INVALID_HANDLE, label.c_str(), PR_FALSE);
+  return imported == SECSuccess ? KeychainStatus::kSuccess : KeychainStatus::kUnavailable;
+}
+
+}  // namespace quillon

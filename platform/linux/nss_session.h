@@ -1,0 +1,62 @@
+// NssSession: one opening of an NSS certificate database, for the length of one
+// keychain request. Opening initialises NSS for this session alone; closing
+// (the destructor) shuts it down, which also closes the database files, so the
+// database is never left open or locked between requests. Every NSS object of
+// the request must be freed before its session ends: declare the session first
+// so that C++ destroys it last. Sessions must not overlap in time.
+#pragma once
+
+#include <cert.h>
+#include <nss.h>
+#include <pk11pub.h>
+
+#include <memory>
+#include <string>
+
+namespace quillon {
+
+struct NssCertificateDeleter {
+  void operator()(CERTCertificate* certificate) const { CERT_DestroyCertificate(certificate); }
+};
+struct NssCertificateListDeleter {
+  void operator()(CERTCertList* list) const { CERT_DestroyCertList(list); }
+};
+struct NssSlotDeleter {
+  void operator()(PK11SlotInfo* slot) const { PK11_FreeSlot(slot); }
+};
+struct NssStringDeleter {
+  void operator()(char* text) const { PORT_Free(text); }
+};
+
+using NssCertificate = std::unique_ptr<CERTCertificate, NssCertificateDeleter>;
+using NssCertificateList = std::unique_ptr<CERTCertList, NssCertificateListDeleter>;
+using NssSlot = std::unique_ptr<PK11SlotInfo, NssSlotDeleter>;
+using NssString = std::unique_ptr<char, NssStringDeleter>;
+
+class NssSession {
+ public:
+  enum class Access {
+    kNoDatabase,  // decoding only
+    kReadOnly,    // lookups: an absent database stays absent
+    kReadWrite,   // additions: creates the directory and the database when missing
+  };
+
+  // Nothing when NSS cannot open `directory` (a path, without the "sql:" prefix).
+  static std::unique_ptr<NssSession> open(const std::string& directory, Access access);
+
+  NssSession(const NssSession&) = delete;
+  NssSession& operator=(const NssSession&) = delete;
+  ~NssSession();
+
+  // The database's token (the internal key slot).
+  PK11SlotInfo* slot() const { return slot_.get(); }
+  CERTCertDBHandle* certificateDatabase() const { return CERT_GetDefaultCertDB(); }
+
+ private:
+  NssSession(NSSInitContext* context, NssSlot slot) : context_(context), slot_(std::move(slot)) {}
+
+  NSSInitContext* context_;
+  NssSlot slot_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "platform/clock.h"
+
+namespace quillon {
+
+// The wall clock, as std::chrono::system_clock reads it.
+class SystemClock final : public Clock {
+ public:
+  Instant now() const override { return std::chrono::system_clock::now(); }
+};
+
+}  // namespace quillon

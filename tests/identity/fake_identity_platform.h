@@ -1,0 +1,119 @@
+// The identity platform described by the test: every fake records what it was
+// asked and answers what the test set.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "identity/identity_services.h"
+#include "tests/support/capturing_diagnostics.h"
+
+namespace quillon::testing {
+
+struct FakeKeychain final : Keychain {
+  std::optional<Certificate> makeCertificate(const std::vector<std::uint8_t>& der) const override {
+    if (der.empty() || der.front() != 0x30) return std::nullopt;  // a DER SEQUENCE, as far as fakes go
+    return certificateFromCheckedDer(der);
+  }
+  SearchResult copyMatching(const SearchRequest& request) override {
+    searches.push_back(request);
+    const auto found = stored.find(request.label);
+    if (found == stored.end()) return {KeychainStatus::kItemNotFound, std::nullopt};
+    return {KeychainStatus::kSuccess, certificateFromCheckedDer(found->second)};
+  }
+  KeychainStatus add(const AddRequest& request) override {
+    added.push_back(request.value.der());
+    return addStatus;
+  }
+  static Certificate certificate(std::vector<std::uint8_t> der) { return certificateFromCheckedDer(std::move(der)); }
+
+  std::map<std::string, std::vector<std::uint8_t>> stored;  // label -> DER
+  KeychainStatus addStatus = KeychainStatus::kSuccess;
+  std::vector<SearchRequest> searches;
+  std::vector<std::vector<std::uint8_t>> added;
+};
+
+struct FakeTemporaryDirectory final : TemporaryDirectory {
+  std::string path() const override { return directory; }
+  std::optional<std::string> writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override {
+    if (writeError) return writeError;
+    files[filePath] = bytes;
+    return std::nullopt;
+  }
+
+  std::string directory = "/tmp/user";
+  std::optional<std::string> writeError;
+  std::map<std::string, std::vector<std::uint8_t>> files;
+};
+
+struct FakeUuids final : UuidGenerator {
+  std::string newUuid() override { return next; }
+  std::string next = "0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F9";
+};
+
+struct FakeToolRunner final : ToolRunner {
+  struct Invocation {
+    std::string executable;
+    std::vector<std::string> arguments;
+    Streams streams;
+  };
+  ToolRun run(const std::string& executable, const std::vector<std::string>& arguments, Streams streams) override {
+    invocations.push_back({executable, arguments, streams});
+    return answer;
+  }
+  void prints(std::string_view text) {
+    answer = ToolRun{};
+    answer.started = true;
+    answer.output.assign(text.begin(), text.end());
+  }
+
+  ToolRun answer;
+  std::vector<Invocation> invocations;
+};
+
+// Knows the dates the test names; records the pattern it was asked to use.
+struct FakeDateParser final : DateParser {
+  std::optional<Instant> parse(std::string_view pattern, std::string_view text) const override {
+    patterns.emplace_back(pattern);
+    texts.emplace_back(text);
+    const auto known = dates.find(std::string(text));
+    return known == dates.end() ? std::nullopt : std::optional<Instant>(known->second);
+  }
+
+  std::map<std::string, Instant> dates;
+  mutable std::vector<std::string> patterns;
+  mutable std::vector<std::string> texts;
+};
+
+struct FakeClock final : Clock {
+  Instant now() const override { return instant; }
+  Instant instant = Instant(std::chrono::seconds(1'700'000'000));
+};
+
+struct FakeInterfaces final : NetworkInterfaces {
+  std::optional<std::vector<NetworkInterface>> list() const override { return interfaces; }
+  std::optional<std::vector<NetworkInterface>> interfaces = std::vector<NetworkInterface>{};
+};
+
+struct FakeHardware final : HardwareIdentity {
+  std::optional<std::string> platformUuid() const override { return uuid; }
+  std::optional<std::string> uuid;
+};
+
+// One of each fake, wired together.
+struct FakeIdentityPlatform {
+  FakeKeychain keychain;
+  FakeTemporaryDirectory temporaryDirectory;
+  FakeUuids uuids;
+  FakeToolRunner tools;
+  FakeDateParser dates;
+  FakeClock clock;
+  FakeInterfaces interfaces;
+  FakeHardware hardware;
+  CapturingDiagnostics diagnostics;
+  IdentityServices services{keychain, temporaryDirectory, uuids, tools, dates, clock, interfaces, hardware, diagnostics};
+};
+
+}  // namespace quillon::testing

@@ -1,0 +1,121 @@
+#include "platform/linux/nss_keychain.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/identity/test_certificates.h"
+
+namespace quillon {
+namespace {
+
+// Each test works on a database of its own, created by the first addition.
+class NssKeychainTest : public ::testing::Test {
+ protected:
+  KeychainStatus add(const std::vector<std::uint8_t>& der) {
+    auto certificate = keychain.makeCertificate(der);
+    EXPECT_TRUE(certificate);
+    if (!certificate) return KeychainStatus::kUnavailable;
+    return keychain.add(AddRequest{ItemClass::kCertificate, *std::move(certificate)});
+  }
+  std::optional<std::vector<std::uint8_t>> find(const std::string& label) {
+    auto result = keychain.copyMatching(SearchRequest{ItemClass::kCertificate, label});
+    EXPECT_EQ(result.status == KeychainStatus::kSuccess, result.certificate.has_value());
+    if (!result.certificate) return std::nullopt;
+    return result.certificate->der();
+  }
+
+  testing::ScratchDirectory home;
+  std::string database = home.path() + "/.pki/nssdb";
+  NssKeychain keychain{database};
+};
+
+TEST_F(NssKeychainTest, AddedCertificateIsFoundByItsCommonName) {
+  const auto der = testing::makeCertificate("/CN=Quillon Gateway/O=Pylon");
+  EXPECT_EQ(add(der), KeychainStatus::kSuccess);
+  EXPECT_TRUE(std::filesystem::exists(database + "/cert9.db"));
+  EXPECT_EQ(find("Quillon Gateway"), der);
+  EXPECT_EQ(find("quillon gateway"), std::nullopt);
+  EXPECT_EQ(find("Quillon"), std::nullopt);
+  EXPECT_EQ(find("Pylon"), std::nullopt);
+}
+
+TEST_F(NssKeychainTest, TheSameCertificateTwiceIsADuplicate) {
+  const auto der = testing::makeCertificate("/CN=twice");
+  EXPECT_EQ(add(der), KeychainStatus::kSuccess);
+  EXPECT_EQ(add(der), KeychainStatus::kDuplicateItem);
+  EXPECT_EQ(find("twice"), der);
+}
+
+TEST_F(NssKeychainTest, LookupOfAMissingDatabaseCreatesNothing) {
+  EXPECT_EQ(find("anything"), std::nullopt);
+  EXPECT_FALSE(std::filesystem::exists(database));
+}
+
+TEST_F(NssKeychainTest, LabelsWithAColonAreFound) {
+  const auto der = testing::makeCertificate("/CN=host.example:8443");
+  EXPECT_EQ(add(der), KeychainStatus::kSuccess);
+  EXPECT_EQ(find("host.example:8443"), der);
+  EXPECT_EQ(find("host.example"), std::nullopt);
+  EXPECT_EQ(find("NSS Certificate DB:host.example:8443"), std::nullopt);
+}
+
+struct DefaultLabelCase {
+  const char* subject;
+  const char* label;
+};
+
+void PrintTo(const DefaultLabelCase& testCase, std::ostream* out) { *out << testCase.subject; }
+
+class NssDefaultLabelTest : public NssKeychainTest, public ::testing::WithParamInterface<DefaultLabelCase> {};
+
+TEST_P(NssDefaultLabelTest, FollowsTheSubject) {
+  const auto der = testing::makeCertificate(GetParam().subject);
+  EXPECT_EQ(add(der), KeychainStatus::kSuccess);
+  EXPECT_EQ(find(GetParam().label), der) << GetParam().subject;
+}
+
+INSTANTIATE_TEST_SUITE_P(Subjects, NssDefaultLabelTest,
+                         ::testing::Values(DefaultLabelCase{"/O=Org/OU=Unit/CN=first/CN=second", "second"},
+                                           DefaultLabelCase{"/O=Org/OU=Unit", "Unit"},
+                                           DefaultLabelCase{"/O=Org only", "Org only"},
+                                           DefaultLabelCase{"/serialNumber=42", "X509 Certificate"}));
+
+TEST_F(NssKeychainTest, ADifferentSubjectWithATakenLabelGetsANumberedOne) {
+  const auto first = testing::makeCertificate("/CN=shared/O=First");
+  const auto second = testing::makeCertificate("/CN=shared/O=Second");
+  const auto third = testing::makeCertificate("/CN=shared/O=Third");
+  EXPECT_EQ(add(first), KeychainStatus::kSuccess);
+  EXPECT_EQ(add(second), KeychainStatus::kSuccess);
+  EXPECT_EQ(add(third), KeychainStatus::kSuccess);
+  EXPECT_EQ(find("shared"), first);
+  EXPECT_EQ(find("shared #2"), second);
+  EXPECT_EQ(find("shared #3"), third);
+}
+
+TEST_F(NssKeychainTest, MakesCertificatesOfDerOnly) {
+  auto der = testing::makeCertificate("/CN=bytes");
+  EXPECT_TRUE(keychain.makeCertificate(der));
+  EXPECT_FALSE(keychain.makeCertificate({}));
+  EXPECT_FALSE(keychain.makeCertificate({0x30, 0x03, 0x02, 0x01, 0x07}));
+  auto truncated = der;
+  truncated.pop_back();
+  EXPECT_FALSE(keychain.makeCertificate(truncated));
+  der.push_back(0x00);
+  EXPECT_FALSE(keychain.makeCertificate(der));
+}
+
+TEST(NssUserDatabaseTest, LiesInTheHomeDirectory) {
+  const char* saved = std::getenv("HOME");
+  const std::string previous = saved ? saved : "";
+  ::setenv("HOME", "/home/someone", 1);
+  EXPECT_EQ(NssKeychain::userDatabaseDirectory(), "/home/someone/.pki/nssdb");
+  if (saved) {
+    ::setenv("HOME", previous.c_str(), 1);
+  } else {
+    ::unsetenv("HOME");
+  }
+}
+
+}  // namespace
+}  // namespace quillon
