@@ -8,8 +8,15 @@
 #include "bundle/assembly_data.h"
 #include "channel/command_catalogue.h"
 #include "platform/linux/flutter_bundle_locator.h"
+#include "platform/linux/glib_main_queue.h"
+#include "platform/linux/gtk_alert_window.h"
+#include "platform/linux/gtk_host_windows.h"
+#include "platform/linux/gtk_screens.h"
 #include "platform/linux/linux_file_system.h"
+#include "platform/linux/pango_text_measurer.h"
 #include "platform/linux/stdout_diagnostics.h"
+#include "platform/linux/x11_window_list.h"
+#include "window/window_services.h"
 
 namespace quillon {
 
@@ -30,6 +37,13 @@ class HostServices {
   LinuxFileSystem files_;
   FlutterBundleLocator bundleLocator_;
   BundleEnvironment bundle_;
+  GlibMainQueue mainQueue_;
+  X11WindowList windowList_;
+  GtkHostWindows hostWindows_;
+  GtkScreens screens_;
+  PangoTextMeasurer textMeasurer_;
+  GtkAlertWindowFactory alertWindows_;
+  WindowServices window_;
 };
 
 }  // namespace quillon

@@ -10,6 +10,7 @@ namespace quillon {
 
 class ProcessManager;
 struct BundleEnvironment;
+struct WindowServices;
 
 // What the commands reach. The services and their platform must outlive the
 // catalogue; `processManager` is read on every process command. Each namespace
@@ -17,6 +18,7 @@ struct BundleEnvironment;
 struct CommandServices {
   std::function<ProcessManager&()> processManager;
   const BundleEnvironment& bundle;
+  const WindowServices& window;
 };
 
 CommandList commandCatalogue(const CommandServices& services);
