@@ -7,6 +7,8 @@
 #include <gdk/gdkx.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 namespace quillon {
 namespace {
 
@@ -46,6 +48,39 @@ std::string labelText(GtkWindow* alert, guint index) {
   return gtk_label_get_text(GTK_LABEL(g_list_nth_data(children.get(), index)));
 }
 
+// A property of format 32 on the alert's X window, as longs.
+std::vector<long> longProperty(GtkWindow* window, const char* name, Atom type) {
+  Display* display = gdk_x11_get_default_xdisplay();
+  Atom actualType = 0;
+  int format = 0;
+  unsigned long count = 0, after = 0;
+  unsigned char* data = nullptr;
+  if (XGetWindowProperty(display, gdk_x11_window_get_xid(gtk_widget_get_window(GTK_WIDGET(window))),
+                         XInternAtom(display, name, False), 0, 64, False, type, &actualType, &format, &count, &after,
+                         &data) != Success || data == nullptr) {
+    return {};
+  }
+  const long* items = reinterpret_cast<const long*>(data);
+  std::vector<long> values(items, items + (format == 32 ? count : 0));
+  XFree(data);
+  return values;
+}
+
+// The actions that the window manager offers on the window.
+std::vector<std::string> allowedActions(GtkWindow* window) {
+  std::vector<std::string> actions;
+  for (long atom : longProperty(window, "_NET_WM_ALLOWED_ACTIONS", XA_ATOM)) {
+    char* name = XGetAtomName(gdk_x11_get_default_xdisplay(), static_cast<Atom>(atom));
+    actions.emplace_back(name);
+    XFree(name);
+  }
+  return actions;
+}
+
+bool allows(const std::vector<std::string>& actions, const std::string& action) {
+  return std::find(actions.begin(), actions.end(), action) != actions.end();
+}
+
 class DesktopAlertTest : public testing::DesktopTest {};
 
 TEST_F(DesktopAlertTest, AppearsOnTopWithItsTextsAndClosesByItself) {
@@ -58,7 +93,17 @@ TEST_F(DesktopAlertTest, AppearsOnTopWithItsTextsAndClosesByItself) {
   ASSERT_EQ(alerts.size(), 1U);
   EXPECT_EQ(labelText(alerts[0], 0), "Session ended");
   EXPECT_EQ(labelText(alerts[0], 1), "The remote side closed the session.");
-  EXPECT_FALSE(gtk_window_get_resizable(alerts[0]));
+  std::vector<std::string> actions;
+  EXPECT_TRUE(testing::waitUntil([&] { return allows(actions = allowedActions(alerts[0]), "_NET_WM_ACTION_CLOSE"); }));
+  for (const char* refused : {"_NET_WM_ACTION_RESIZE", "_NET_WM_ACTION_MAXIMIZE_VERT"}) {
+    EXPECT_FALSE(allows(actions, refused)) << refused << " in " << ::testing::PrintToString(actions);
+  }
+  // Motif hints: functions only (flag 1), and of them only move (4) and close
+  // (32). openbox lets no hint take the minimise button away, others do.
+  const std::vector<long> motif = longProperty(alerts[0], "_MOTIF_WM_HINTS", AnyPropertyType);
+  ASSERT_GE(motif.size(), 2U);
+  EXPECT_EQ(motif[0] & 1, 1);
+  EXPECT_EQ(motif[1], 4 | 32);
   EXPECT_TRUE(testing::waitUntil([&] {
     return (gdk_window_get_state(gtk_widget_get_window(GTK_WIDGET(alerts[0]))) & GDK_WINDOW_STATE_ABOVE) != 0;
   }));
