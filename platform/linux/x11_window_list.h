@@ -11,9 +11,11 @@
 // with the window manager's frame (_NET_FRAME_EXTENTS) included.
 //
 // Every call opens its own connection to $DISPLAY and closes it before
-// returning; nothing is kept. No display: no list. Windows that vanish while
-// the list is read are left out (their X errors are absorbed for this
-// connection only).
+// returning; nothing is kept. No display: no list. The questions about all
+// windows go out over Xlib's XCB transport before any answer is awaited, so a
+// desktop of many windows costs a few round trips, not several per window.
+// Windows that vanish while the list is read are left out: their errors come
+// back with the answers, never through Xlib's process-wide error handler.
 #pragma once
 
 #include "platform/window_list.h"
