@@ -1,12 +1,20 @@
 #include "platform/linux/gtk_desktop.h"
 
+#include <gdk/gdkx.h>
+
 #include <memory>
 
 namespace quillon {
 
 bool gtkDesktopAvailable() {
-  static const bool initialised = gtk_init_check(nullptr, nullptr) != FALSE;
-  return initialised && gdk_display_get_default() != nullptr;
+  // The window services speak X11 (window ids, server time, the window list);
+  // under a Wayland session GTK goes through XWayland for them.
+  static const bool initialised = [] {
+    gdk_set_allowed_backends("x11");
+    return gtk_init_check(nullptr, nullptr) != FALSE;
+  }();
+  GdkDisplay* display = gdk_display_get_default();
+  return initialised && display != nullptr && GDK_IS_X11_DISPLAY(display);
 }
 
 double desktopHeight() {

@@ -113,5 +113,34 @@ TEST_F(DesktopWindowListTest, AProcessWithoutWindowsHasNoRect) {
   EXPECT_TRUE(desktop.diagnostics.lines.empty());
 }
 
+// Without a window manager the list is the root's children, top-most first,
+// each exactly where the client put it (no frame).
+TEST(BareXServerTest, ListsTheRootsChildrenTopMostFirst) {
+  const std::string display = ":" + std::to_string(500 + getpid() % 400);
+  testing::ChildProcess server({"/usr/bin/Xvfb", display, "-screen", "0", "800x600x24", "-nolisten", "tcp"});
+  ASSERT_TRUE(testing::waitUntil([&] {
+    const DisplayPtr connection(XOpenDisplay(display.c_str()), &XCloseDisplay);
+    return connection != nullptr;
+  }));
+  const std::string previous = std::getenv("DISPLAY") != nullptr ? std::getenv("DISPLAY") : "";
+  setenv("DISPLAY", display.c_str(), 1);
+  {
+    testing::ChildProcess client({X11_TEST_CLIENT, "Lower", "120x80+10+20", "Upper", "130x90+30+40"});
+    X11WindowList list;
+    std::vector<WindowListEntry> entries;
+    EXPECT_TRUE(testing::waitUntil([&] { return (entries = windowsOf(list, client.pid())).size() == 2; }));
+    ASSERT_EQ(namesOf(entries), (std::vector<std::string>{"Upper", "Lower"}));
+    EXPECT_EQ(entries[0].bounds->x, 30.0);
+    EXPECT_EQ(entries[0].bounds->y, 40.0);
+    EXPECT_EQ(entries[0].bounds->width, 130.0);
+    EXPECT_EQ(entries[0].bounds->height, 90.0);
+  }
+  if (previous.empty()) {
+    unsetenv("DISPLAY");
+  } else {
+    setenv("DISPLAY", previous.c_str(), 1);
+  }
+}
+
 }  // namespace
 }  // namespace quillon
