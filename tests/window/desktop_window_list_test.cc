@@ -116,12 +116,18 @@ TEST_F(DesktopWindowListTest, AProcessWithoutWindowsHasNoRect) {
 // Without a window manager the list is the root's children, top-most first,
 // each exactly where the client put it (no frame).
 TEST(BareXServerTest, ListsTheRootsChildrenTopMostFirst) {
-  const std::string display = ":" + std::to_string(500 + getpid() % 400);
-  testing::ChildProcess server({"/usr/bin/Xvfb", display, "-screen", "0", "800x600x24", "-nolisten", "tcp"});
-  ASSERT_TRUE(testing::waitUntil([&] {
-    const DisplayPtr connection(XOpenDisplay(display.c_str()), &XCloseDisplay);
-    return connection != nullptr;
-  }));
+  // Xvfb picks a free display number itself and writes it to the pipe when ready.
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  testing::ChildProcess server({"/usr/bin/Xvfb", "-displayfd", std::to_string(ready[1]), "-screen", "0",
+                                "800x600x24", "-nolisten", "tcp", "-noreset"});
+  close(ready[1]);
+  std::string number;
+  char digit = 0;
+  while (read(ready[0], &digit, 1) == 1 && digit != '\n') number += digit;
+  close(ready[0]);
+  ASSERT_FALSE(number.empty()) << "Xvfb did not start";
+  const std::string display = ":" + number;
   const std::string previous = std::getenv("DISPLAY") != nullptr ? std::getenv("DISPLAY") : "";
   setenv("DISPLAY", display.c_str(), 1);
   {
