@@ -1,22 +1,88 @@
-// Placeholder until the codec lands: every decode is refused, every encode is empty.
 #include "channel/standard_codec.h"
+
+#include "channel/standard_codec_reader.h"
+#include "channel/standard_codec_types.h"
+#include "channel/standard_codec_writer.h"
 
 namespace quillon {
 
-std::vector<std::uint8_t> StandardCodec::encodeValue(const ChannelValue&) { return {}; }
-std::optional<ChannelValue> StandardCodec::decodeValue(std::span<const std::uint8_t>, std::string* error) {
-  *error = "codec not built yet";
-  return std::nullopt;
+using codec::StandardCodecReader;
+
+std::vector<std::uint8_t> StandardCodec::encodeValue(const ChannelValue& value) {
+  return codec::encodeMessage([&value](auto& writer) { writer.value(value); });
 }
-std::vector<std::uint8_t> StandardCodec::encodeMethodCall(const MethodCall&) { return {}; }
-std::optional<MethodCall> StandardCodec::decodeMethodCall(std::span<const std::uint8_t>, std::string* error) {
-  *error = "codec not built yet";
-  return std::nullopt;
+
+std::optional<ChannelValue> StandardCodec::decodeValue(std::span<const std::uint8_t> bytes, std::string* error) {
+  StandardCodecReader reader(bytes, error);
+  ChannelValue value;
+  if (!reader.readValue(value) || !reader.finish()) return std::nullopt;
+  return value;
 }
-std::vector<std::uint8_t> StandardCodec::encodeReply(const ChannelReply&) { return {}; }
-std::optional<ChannelReply> StandardCodec::decodeReply(std::span<const std::uint8_t>, std::string* error) {
-  *error = "codec not built yet";
-  return std::nullopt;
+
+std::vector<std::uint8_t> StandardCodec::encodeMethodCall(const MethodCall& call) {
+  return codec::encodeMessage([&call](auto& writer) {
+    writer.string(call.method);
+    writer.value(call.arguments);
+  });
+}
+
+std::optional<MethodCall> StandardCodec::decodeMethodCall(std::span<const std::uint8_t> bytes, std::string* error) {
+  StandardCodecReader reader(bytes, error);
+  MethodCall call;
+  if (!reader.readString(call.method, "method name")) return std::nullopt;
+  if (!reader.readValue(call.arguments) || !reader.finish()) return std::nullopt;
+  return call;
+}
+
+std::vector<std::uint8_t> StandardCodec::encodeReply(const ChannelReply& reply) {
+  if (reply.isNotImplemented()) return {};
+  return codec::encodeMessage([&reply](auto& writer) {
+    if (reply.isSuccess()) {
+      writer.byte(codec::kEnvelopeSuccess);
+      writer.value(reply.value());
+      return;
+    }
+    const ChannelError& error = reply.error();
+    writer.byte(codec::kEnvelopeError);
+    writer.string(error.code);
+    writer.string(error.message);
+    writer.value(error.details);
+  });
+}
+
+namespace {
+
+constexpr bool kNullable = true;
+
+std::optional<ChannelReply> readErrorEnvelope(StandardCodecReader& reader) {
+  std::string code;
+  std::string message;
+  ChannelValue details;
+  if (!reader.readString(code, "error code") || !reader.readString(message, "error message", kNullable) ||
+      !reader.readValue(details)) {
+    return std::nullopt;
+  }
+  std::string ignoredStackTrace;
+  if (!reader.atEnd() && !reader.readString(ignoredStackTrace, "error stack trace", kNullable)) return std::nullopt;
+  if (!reader.finish()) return std::nullopt;
+  return ChannelReply::error(std::move(code), std::move(message), std::move(details));
+}
+
+}  // namespace
+
+std::optional<ChannelReply> StandardCodec::decodeReply(std::span<const std::uint8_t> bytes, std::string* error) {
+  if (bytes.empty()) return ChannelReply::notImplemented();
+  StandardCodecReader reader(bytes, error);
+  std::uint8_t kind = 0;
+  reader.readByte(kind);
+  if (kind == codec::kEnvelopeError) return readErrorEnvelope(reader);
+  if (kind != codec::kEnvelopeSuccess) {
+    reader.failAt("unknown envelope kind " + std::to_string(kind), 0);
+    return std::nullopt;
+  }
+  ChannelValue value;
+  if (!reader.readValue(value) || !reader.finish()) return std::nullopt;
+  return ChannelReply::success(std::move(value));
 }
 
 }  // namespace quillon

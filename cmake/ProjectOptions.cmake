@@ -7,6 +7,13 @@ if(QUILLON_SANITIZE)
   add_link_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
 endif()
 
+# The fuzz build instruments every library for coverage; only the fuzz targets
+# link the fuzzer's own main (fuzz/CMakeLists.txt).
+if(QUILLON_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
+endif()
+
 # quillon_test(NAME SOURCES... LIBS ...): a GoogleTest executable registered with CTest.
 function(quillon_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})

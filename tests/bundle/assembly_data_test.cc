@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "tests/bundle/fake_bundle.h"
 #include "tests/support/capturing_diagnostics.h"
 
@@ -18,6 +20,9 @@ struct HelperCase {
   std::string expected;
   std::vector<std::string> lines;
 };
+
+// Names the case in test output instead of dumping its bytes.
+void PrintTo(const HelperCase& c, std::ostream* out) { *out << c.label; }
 
 class HelperPathTest : public ::testing::TestWithParam<HelperCase> {};
 

@@ -1,0 +1,119 @@
+#include "embedding/link_frame.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <limits>
+#include <string_view>
+
+namespace quillon {
+
+namespace {
+
+constexpr std::size_t kHeaderSize = kFrameLengthSize + 1 + 4;  // length, kind, id
+constexpr std::size_t kNameLengthSize = 2;
+
+void putU16(std::vector<std::uint8_t>& out, std::uint16_t value) {
+  out.push_back(static_cast<std::uint8_t>(value & 0xffu));
+  out.push_back(static_cast<std::uint8_t>(value >> 8));
+}
+
+void putU32(std::vector<std::uint8_t>& out, std::uint32_t value) {
+  for (int shift = 0; shift < 32; shift += 8) out.push_back(static_cast<std::uint8_t>((value >> shift) & 0xffu));
+}
+
+std::uint16_t readU16(std::span<const std::uint8_t> bytes) {
+  return static_cast<std::uint16_t>(bytes[0] | (bytes[1] << 8));
+}
+
+std::uint32_t readU32(std::span<const std::uint8_t> bytes) {
+  return static_cast<std::uint32_t>(bytes[0]) | (static_cast<std::uint32_t>(bytes[1]) << 8) |
+         (static_cast<std::uint32_t>(bytes[2]) << 16) | (static_cast<std::uint32_t>(bytes[3]) << 24);
+}
+
+std::vector<std::uint8_t> frameStart(std::size_t bodyLength, FrameKind kind, std::uint32_t id) {
+  std::vector<std::uint8_t> out;
+  out.reserve(kFrameLengthSize + bodyLength);
+  putU32(out, static_cast<std::uint32_t>(bodyLength));
+  out.push_back(static_cast<std::uint8_t>(kind));
+  putU32(out, id);
+  return out;
+}
+
+FrameParse malformed(std::string error) {
+  FrameParse parse;
+  parse.status = FrameParse::Status::malformed;
+  parse.error = std::move(error);
+  return parse;
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> encodeMessageFrame(std::uint32_t id, std::string_view channel,
+                                             std::span<const std::uint8_t> payload) {
+  // Channel names are ours and short; a longer one is cut rather than sent
+  // with a length that lies.
+  const std::size_t nameLength = std::min<std::size_t>(channel.size(), std::numeric_limits<std::uint16_t>::max());
+  std::vector<std::uint8_t> out = frameStart(1 + 4 + kNameLengthSize + nameLength + payload.size(), FrameKind::message, id);
+  putU16(out, static_cast<std::uint16_t>(nameLength));
+  out.insert(out.end(), channel.begin(), channel.begin() + static_cast<std::ptrdiff_t>(nameLength));
+  out.insert(out.end(), payload.begin(), payload.end());
+  return out;
+}
+
+std::vector<std::uint8_t> encodeReplyFrame(std::uint32_t id, std::span<const std::uint8_t> payload) {
+  std::vector<std::uint8_t> out = frameStart(1 + 4 + payload.size(), FrameKind::reply, id);
+  out.insert(out.end(), payload.begin(), payload.end());
+  return out;
+}
+
+FrameParse parseFrame(std::span<const std::uint8_t> bytes) {
+  if (bytes.size() < kFrameLengthSize) return {};
+  const std::uint32_t length = readU32(bytes);
+  if (length > kMaxFrameLength) return malformed("frame length " + std::to_string(length) + " beyond the limit");
+  if (length < kHeaderSize - kFrameLengthSize) return malformed("frame length " + std::to_string(length) + " too short");
+  if (bytes.size() >= kFrameLengthSize + 1 && bytes[kFrameLengthSize] != static_cast<std::uint8_t>(FrameKind::message) &&
+      bytes[kFrameLengthSize] != static_cast<std::uint8_t>(FrameKind::reply)) {
+    return malformed("unknown frame kind " + std::to_string(bytes[kFrameLengthSize]));
+  }
+  if (bytes.size() < kFrameLengthSize + length) return {};
+
+  const auto body = bytes.subspan(kHeaderSize, kFrameLengthSize + length - kHeaderSize);
+  FrameParse parse;
+  parse.frame.kind = static_cast<FrameKind>(bytes[kFrameLengthSize]);
+  parse.frame.id = readU32(bytes.subspan(kFrameLengthSize + 1));
+  auto payload = body;
+  if (parse.frame.kind == FrameKind::message) {
+    if (body.size() < kNameLengthSize) return malformed("message frame without a channel name length");
+    const std::size_t nameLength = readU16(body);
+    if (body.size() < kNameLengthSize + nameLength) return malformed("channel name beyond the frame");
+    const auto name = body.subspan(kNameLengthSize, nameLength);
+    if (!g_utf8_validate(reinterpret_cast<const gchar*>(name.data()), static_cast<gssize>(name.size()), nullptr)) {
+      return malformed("channel name is not UTF-8");
+    }
+    parse.frame.channel.assign(name.begin(), name.end());
+    payload = body.subspan(kNameLengthSize + nameLength);
+  }
+  parse.frame.payload.assign(payload.begin(), payload.end());
+  parse.status = FrameParse::Status::complete;
+  parse.consumed = kFrameLengthSize + length;
+  return parse;
+}
+
+void FrameReader::append(std::span<const std::uint8_t> bytes) {
+  // Drop what earlier frames used before the buffer grows, so a long-lived
+  // connection keeps at most one frame and a read's worth of bytes.
+  if (start_ > 0 && (start_ == buffer_.size() || start_ >= buffer_.size() / 2)) {
+    buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(start_));
+    start_ = 0;
+  }
+  buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
+}
+
+FrameParse FrameReader::next() {
+  FrameParse parse = parseFrame(std::span<const std::uint8_t>(buffer_).subspan(start_));
+  if (parse.status == FrameParse::Status::complete) start_ += parse.consumed;
+  return parse;
+}
+
+}  // namespace quillon

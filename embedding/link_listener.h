@@ -1,0 +1,52 @@
+// LinkListener: the listening Unix stream socket of the interface link.
+//
+// Contract: listen() once on the main thread. It creates the socket's missing
+// directories with mode 0700, refuses a path that another host still serves,
+// replaces a stale socket file and leaves the socket with mode 0600. Each
+// accepted connection of the allowed user is handed over, non-blocking and
+// close-on-exec, to the accept handler; a connection of any other user is
+// closed at once. close() (also done by the destructor) stops listening and
+// removes the socket file if it is still the one this listener made.
+#pragma once
+
+#include <glib.h>
+#include <sys/types.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "embedding/unique_fd.h"
+
+namespace quillon {
+
+class LinkListener {
+ public:
+  using AcceptHandler = std::function<void(UniqueFd socket)>;
+
+  explicit LinkListener(std::string path, uid_t allowedUser);
+  LinkListener(const LinkListener&) = delete;
+  LinkListener& operator=(const LinkListener&) = delete;
+  ~LinkListener();
+
+  // The reason when the socket cannot be served.
+  std::optional<std::string> listen(AcceptHandler onAccepted);
+  void close();
+
+  const std::string& path() const { return path_; }
+
+ private:
+  static gboolean onAcceptable(gint fd, GIOCondition condition, gpointer self);
+  std::optional<std::string> clearPath() const;
+  void acceptPending();
+
+  std::string path_;
+  uid_t allowedUser_;
+  AcceptHandler onAccepted_;
+  UniqueFd socket_;
+  guint source_ = 0;
+  dev_t device_ = 0;
+  ino_t inode_ = 0;
+};
+
+}  // namespace quillon

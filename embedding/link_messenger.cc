@@ -1,0 +1,54 @@
+#include "embedding/link_messenger.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace quillon {
+
+LinkMessenger::~LinkMessenger() { closeAll(); }
+
+void LinkMessenger::adopt(UniqueFd socket) {
+  connections_.push_back(LinkConnection::adopt(
+      std::move(socket), [this](LinkConnection& connection, LinkFrame frame) { onFrame(connection, std::move(frame)); },
+      [this](LinkConnection& connection, const std::optional<std::string>& fault) { onClosed(connection, fault); }));
+}
+
+void LinkMessenger::closeAll() {
+  // Closing calls back into onClosed, which edits the list.
+  for (const auto& connection : std::vector(connections_)) connection->close();
+  connections_.clear();
+}
+
+void LinkMessenger::send(std::string_view channel, std::vector<std::uint8_t> message) {
+  const auto frame = encodeMessageFrame(0, channel, message);
+  for (const auto& connection : std::vector(connections_)) connection->write(frame);
+}
+
+void LinkMessenger::setMessageHandler(std::string channel, MessageHandler handler) {
+  if (handler) {
+    handlers_.insert_or_assign(std::move(channel), std::move(handler));
+  } else {
+    handlers_.erase(channel);
+  }
+}
+
+void LinkMessenger::onFrame(LinkConnection& connection, LinkFrame frame) {
+  if (frame.kind != FrameKind::message) return;
+  const std::uint32_t id = frame.id;
+  BinaryReply reply([weak = connection.weak_from_this(), id](std::vector<std::uint8_t> payload) {
+    if (id == 0) return;
+    if (auto target = weak.lock()) target->write(encodeReplyFrame(id, payload));
+  });
+  const auto found = handlers_.find(frame.channel);
+  if (found == handlers_.end()) return std::move(reply)({});
+  // A copy: the handler may replace itself while it runs.
+  const MessageHandler handler = found->second;
+  handler(frame.payload, std::move(reply));
+}
+
+void LinkMessenger::onClosed(LinkConnection& connection, const std::optional<std::string>& fault) {
+  if (fault) std::fprintf(stderr, "quillon-host: dropped an interface connection: %s\n", fault->c_str());
+  std::erase_if(connections_, [&connection](const auto& held) { return held.get() == &connection; });
+}
+
+}  // namespace quillon

@@ -1,0 +1,46 @@
+// LinkMessenger: the BinaryMessenger of the interface link.
+//
+// Contract: owns the connections it adopts and closes them when closeAll() is
+// called or it goes away. Messages are handed to the channel's handler on the
+// main context, one at a time, in arrival order; a message to a channel without
+// a handler gets the empty reply. Replies go back to the connection that asked,
+// if it is still there; a message sent with id 0 has its reply dropped.
+// Messages that the host sends go to every connected interface. Reply frames
+// from an interface are dropped: the host never asks for an answer.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "embedding/binary_messenger.h"
+#include "embedding/link_connection.h"
+
+namespace quillon {
+
+class LinkMessenger final : public BinaryMessenger {
+ public:
+  LinkMessenger() = default;
+  LinkMessenger(const LinkMessenger&) = delete;
+  LinkMessenger& operator=(const LinkMessenger&) = delete;
+  ~LinkMessenger() override;
+
+  // Serves a connected, non-blocking stream socket from now on.
+  void adopt(UniqueFd socket);
+  void closeAll();
+  std::size_t connectionCount() const { return connections_.size(); }
+
+  void send(std::string_view channel, std::vector<std::uint8_t> message) override;
+  void setMessageHandler(std::string channel, MessageHandler handler) override;
+
+ private:
+  void onFrame(LinkConnection& connection, LinkFrame frame);
+  void onClosed(LinkConnection& connection, const std::optional<std::string>& fault);
+
+  std::map<std::string, MessageHandler, std::less<>> handlers_;
+  std::vector<std::shared_ptr<LinkConnection>> connections_;
+};
+
+}  // namespace quillon

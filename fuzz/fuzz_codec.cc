@@ -1,0 +1,101 @@
+// Decodes arbitrary bytes as a value, a method call and a reply envelope. What
+// decodes must encode to bytes that decode to the same thing, and encoding
+// those must give the same bytes again.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+
+#include "channel/standard_codec.h"
+
+namespace quillon {
+namespace {
+
+void check(bool condition) {
+  if (!condition) std::abort();
+}
+
+// Equal as the receiver sees them: an integer's width may narrow on the way
+// (int64 values that fit go out as int32), and doubles compare by their bits
+// so that NaN counts as equal to itself.
+bool sameValue(const ChannelValue& a, const ChannelValue& b);
+
+bool sameBits(double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+template <typename T>
+bool sameElements(const std::vector<T>& a, const std::vector<T>& b) {
+  return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
+}
+
+bool sameList(const ChannelList& a, const ChannelList& b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (!sameValue(a[i], b[i])) return false;
+  }
+  return true;
+}
+
+bool sameMap(const ChannelMap& a, const ChannelMap& b) {
+  if (a.size() != b.size()) return false;
+  for (auto left = a.begin(), right = b.begin(); left != a.end(); ++left, ++right) {
+    if (!sameValue(left->key, right->key) || !sameValue(left->value, right->value)) return false;
+  }
+  return true;
+}
+
+bool sameValue(const ChannelValue& a, const ChannelValue& b) {
+  if (a.asInteger() || b.asInteger()) return a.asInteger() == b.asInteger();
+  if (a.variant().index() != b.variant().index()) return false;
+  if (const auto* real = a.getIf<double>()) return sameBits(*real, b.get<double>());
+  if (const auto* list = a.getIf<ChannelList>()) return sameList(*list, b.get<ChannelList>());
+  if (const auto* map = a.getIf<ChannelMap>()) return sameMap(*map, b.get<ChannelMap>());
+  if (const auto* floats = a.getIf<std::vector<float>>()) return sameElements(*floats, b.get<std::vector<float>>());
+  if (const auto* doubles = a.getIf<std::vector<double>>()) {
+    return sameElements(*doubles, b.get<std::vector<double>>());
+  }
+  return a == b;
+}
+
+void roundTripValue(std::span<const std::uint8_t> input) {
+  const auto value = StandardCodec::decodeValue(input, nullptr);
+  if (!value) return;
+  const std::vector<std::uint8_t> encoded = StandardCodec::encodeValue(*value);
+  std::string error;
+  const auto again = StandardCodec::decodeValue(encoded, &error);
+  check(again.has_value());
+  check(sameValue(*value, *again));
+  check(StandardCodec::encodeValue(*again) == encoded);
+}
+
+void roundTripCall(std::span<const std::uint8_t> input) {
+  const auto call = StandardCodec::decodeMethodCall(input, nullptr);
+  if (!call) return;
+  const auto again = StandardCodec::decodeMethodCall(StandardCodec::encodeMethodCall(*call), nullptr);
+  check(again.has_value());
+  check(again->method == call->method && sameValue(again->arguments, call->arguments));
+}
+
+void roundTripReply(std::span<const std::uint8_t> input) {
+  const auto reply = StandardCodec::decodeReply(input, nullptr);
+  if (!reply) return;
+  const auto again = StandardCodec::decodeReply(StandardCodec::encodeReply(*reply), nullptr);
+  check(again.has_value());
+  check(again->isSuccess() == reply->isSuccess() && again->isError() == reply->isError());
+  if (reply->isSuccess()) check(sameValue(again->value(), reply->value()));
+  if (reply->isError()) {
+    check(again->error().code == reply->error().code && again->error().message == reply->error().message);
+    check(sameValue(again->error().details, reply->error().details));
+  }
+}
+
+}  // namespace
+}  // namespace quillon
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::span<const std::uint8_t> input(data, size);
+  quillon::roundTripValue(input);
+  quillon::roundTripCall(input);
+  quillon::roundTripReply(input);
+  return 0;
+}
