@@ -88,23 +88,23 @@ class DesktopTest : public ::testing::Test {
 };
 
 // A child process that is terminated and reaped when the object goes.
-class ChildProcess {
+class SpawnedProgram {
  public:
-  explicit ChildProcess(std::vector<std::string> arguments) {
+  explicit SpawnedProgram(std::vector<std::string> arguments) {
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
     if (posix_spawn(&pid_, argv[0], nullptr, nullptr, argv.data(), environ) != 0) pid_ = -1;
   }
-  ~ChildProcess() {
+  ~SpawnedProgram() {
     if (pid_ <= 0) return;
     kill(pid_, SIGTERM);
     int status = 0;
     while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
     }
   }
-  ChildProcess(const ChildProcess&) = delete;
-  ChildProcess& operator=(const ChildProcess&) = delete;
+  SpawnedProgram(const SpawnedProgram&) = delete;
+  SpawnedProgram& operator=(const SpawnedProgram&) = delete;
 
   pid_t pid() const { return pid_; }
 

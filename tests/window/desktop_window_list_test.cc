@@ -74,7 +74,7 @@ bool isIconified(const std::string& name) {
 class DesktopWindowListTest : public testing::DesktopTest {};
 
 TEST_F(DesktopWindowListTest, ListsAnotherProcessesWindowsFrontMostFirst) {
-  testing::ChildProcess client({X11_TEST_CLIENT, "--false-pid", "Back window", "300x200+100+150", "--legacy-name",
+  testing::SpawnedProgram client({X11_TEST_CLIENT, "--false-pid", "Back window", "300x200+100+150", "--legacy-name",
                                 "Front window", "320x240+500+400", "--minimised", "Hidden window", "200x100+50+50"});
   ASSERT_GT(client.pid(), 0);
   std::vector<WindowListEntry> entries;
@@ -108,7 +108,7 @@ TEST_F(DesktopWindowListTest, ListsAnotherProcessesWindowsFrontMostFirst) {
 }
 
 TEST_F(DesktopWindowListTest, AProcessWithoutWindowsHasNoRect) {
-  testing::ChildProcess sleeper({"/bin/sleep", "30"});
+  testing::SpawnedProgram sleeper({"/bin/sleep", "30"});
   EXPECT_EQ(ApplicationWindow::getWindowRect(desktop.services, sleeper.pid()), std::nullopt);
   EXPECT_TRUE(desktop.diagnostics.lines.empty());
 }
@@ -119,7 +119,7 @@ TEST(BareXServerTest, ListsTheRootsChildrenTopMostFirst) {
   // Xvfb picks a free display number itself and writes it to the pipe when ready.
   int ready[2];
   ASSERT_EQ(pipe(ready), 0);
-  testing::ChildProcess server({"/usr/bin/Xvfb", "-displayfd", std::to_string(ready[1]), "-screen", "0",
+  testing::SpawnedProgram server({"/usr/bin/Xvfb", "-displayfd", std::to_string(ready[1]), "-screen", "0",
                                 "800x600x24", "-nolisten", "tcp", "-noreset"});
   close(ready[1]);
   std::string number;
@@ -131,7 +131,7 @@ TEST(BareXServerTest, ListsTheRootsChildrenTopMostFirst) {
   const std::string previous = std::getenv("DISPLAY") != nullptr ? std::getenv("DISPLAY") : "";
   setenv("DISPLAY", display.c_str(), 1);
   {
-    testing::ChildProcess client({X11_TEST_CLIENT, "Lower", "120x80+10+20", "Upper", "130x90+30+40"});
+    testing::SpawnedProgram client({X11_TEST_CLIENT, "Lower", "120x80+10+20", "Upper", "130x90+30+40"});
     X11WindowList list;
     std::vector<WindowListEntry> entries;
     EXPECT_TRUE(testing::waitUntil([&] { return (entries = windowsOf(list, client.pid())).size() == 2; }));
