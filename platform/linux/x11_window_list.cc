@@ -1,6 +1,5 @@
 #include "platform/linux/x11_window_list.h"
 
-#include <X11/Xatom.h>
 #include <X11/Xlib-xcb.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
