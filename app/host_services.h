@@ -9,20 +9,26 @@
 #include "channel/command_catalogue.h"
 #include "identity/identity_services.h"
 #include "platform/linux/flutter_bundle_locator.h"
+#include "platform/linux/glib_main_queue.h"
 #include "platform/linux/glib_uuid_generator.h"
+#include "platform/linux/gtk_alert_window.h"
+#include "platform/linux/gtk_host_windows.h"
+#include "platform/linux/gtk_screens.h"
 #include "platform/linux/icu_date_parser.h"
 #include "platform/linux/linux_file_system.h"
 #include "platform/linux/linux_hardware_identity.h"
 #include "platform/linux/linux_temporary_directory.h"
 #include "platform/linux/nss_keychain.h"
+#include "platform/linux/pango_text_measurer.h"
 #include "platform/linux/posix_tool_runner.h"
 #include "platform/linux/proc_running_applications.h"
 #include "platform/linux/process_query_script_runner.h"
 #include "platform/linux/stdout_diagnostics.h"
 #include "platform/linux/sysfs_network_interfaces.h"
 #include "platform/linux/system_clock.h"
-#include "platform/linux/unavailable_window_list.h"
+#include "platform/linux/x11_window_list.h"
 #include "process/process_environment.h"
+#include "window/window_services.h"
 
 namespace quillon {
 
@@ -42,14 +48,24 @@ class HostServices {
 
  private:
   StdoutDiagnostics diagnostics_;
+  GlibMainQueue mainQueue_;
+  PosixToolRunner tools_;
+
   LinuxFileSystem files_;
   FlutterBundleLocator bundleLocator_;
   BundleEnvironment bundle_;
-  PosixToolRunner tools_;
+
+  X11WindowList windowList_;
+  GtkHostWindows hostWindows_;
+  GtkScreens screens_;
+  PangoTextMeasurer textMeasurer_;
+  GtkAlertWindowFactory alertWindows_;
+  WindowServices window_;
+
   ProcRunningApplications applications_;
   ProcessQueryScriptRunner scripts_;
-  UnavailableWindowList windows_;
   ProcessEnvironment process_;
+
   NssKeychain keychain_{NssKeychain::userDatabaseDirectory()};
   LinuxTemporaryDirectory temporaryDirectory_;
   GlibUuidGenerator uuids_;

@@ -9,6 +9,7 @@
 #include "tests/bundle/fake_bundle.h"
 #include "tests/identity/fake_identity_platform.h"
 #include "tests/support/capturing_diagnostics.h"
+#include "tests/window/fake_desktop.h"
 
 namespace quillon {
 namespace {
@@ -61,8 +62,9 @@ void decodeRouteEncode(benchmark::State& state) {
   testing::CapturingDiagnostics diagnostics;
   const BundleEnvironment environment{bundle, files, diagnostics};
   testing::FakeIdentityPlatform identity;
+  testing::FakeDesktop desktop;
   const CommandDispatcher dispatcher(commandCatalogue(CommandServices{
-      []() -> ProcessManager& { std::abort(); }, environment, identity.services}));
+      []() -> ProcessManager& { std::abort(); }, desktop.services, identity.services, environment}));
   const std::vector<std::uint8_t> request =
       StandardCodec::encodeMethodCall(MethodCall{"assembly::getExecutingAssemblyPath", {}});
 

@@ -16,7 +16,7 @@
 #include "platform/linux/proc_running_applications.h"
 #include "platform/linux/process_query_script_runner.h"
 #include "platform/linux/stdout_diagnostics.h"
-#include "platform/linux/unavailable_window_list.h"
+#include "platform/linux/x11_window_list.h"
 #include "process/process_id_list.h"
 #include "process/process_manager.h"
 
@@ -66,7 +66,7 @@ void BM_GetProcessIdList(benchmark::State& state) {
   PosixToolRunner tools;
   ProcRunningApplications applications;
   ProcessQueryScriptRunner scripts;
-  UnavailableWindowList windows;
+  X11WindowList windows;
   StdoutDiagnostics diagnostics;
   ProcessManager manager(ProcessEnvironment{tools, applications, scripts, windows, diagnostics});
   std::size_t ids = 0;

@@ -9,7 +9,7 @@ namespace quillon {
 
 CommandList commandCatalogue(const CommandServices& services) {
   CommandList catalogue = processCommands(services.processManager);
-  for (CommandList part : {windowCommands(), sslCommands(services.identity),
+  for (CommandList part : {windowCommands(services.window), sslCommands(services.identity),
                            assemblyCommands(services.bundle)}) {
     std::move(part.begin(), part.end(), std::back_inserter(catalogue));
   }

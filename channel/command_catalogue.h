@@ -11,14 +11,15 @@ namespace quillon {
 class ProcessManager;
 struct BundleEnvironment;
 struct IdentityServices;
+struct WindowServices;
 
 // What the commands reach. The services and their platform must outlive the
-// catalogue; `processManager` is read on every process command. Each namespace
-// adds its services here as it is built.
+// catalogue; `processManager` is read on every process command.
 struct CommandServices {
   std::function<ProcessManager&()> processManager;
-  const BundleEnvironment& bundle;
+  const WindowServices& window;
   const IdentityServices& identity;
+  const BundleEnvironment& bundle;
 };
 
 CommandList commandCatalogue(const CommandServices& services);

@@ -5,6 +5,9 @@
 
 namespace quillon {
 
-CommandList windowCommands();
+struct WindowServices;
+
+// `services` must outlive the commands.
+CommandList windowCommands(const WindowServices& services);
 
 }  // namespace quillon

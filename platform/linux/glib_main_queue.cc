@@ -23,8 +23,8 @@ void GlibMainQueue::post(Job job) {
 
 void GlibMainQueue::postAfter(std::chrono::seconds delay, Job job) {
   constexpr auto kLongest = std::chrono::milliseconds(std::numeric_limits<guint>::max());
-  const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(delay);
   if (delay.count() < 0 || delay > std::chrono::duration_cast<std::chrono::seconds>(kLongest)) return;
+  const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(delay);
   g_timeout_add_full(G_PRIORITY_DEFAULT, static_cast<guint>(milliseconds.count()), runOnce, new Job(std::move(job)),
                      deleteJob);
 }

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <sstream>
@@ -11,7 +12,7 @@
 #include "platform/linux/posix_tool_runner.h"
 #include "platform/linux/proc_running_applications.h"
 #include "platform/linux/process_query_script_runner.h"
-#include "platform/linux/unavailable_window_list.h"
+#include "platform/linux/x11_window_list.h"
 #include "process/main_window_script.h"
 #include "process/process_manager.h"
 #include "tests/process/descriptor_census.h"
@@ -60,7 +61,7 @@ class ProcessIntegrationTest : public ::testing::Test {
   PosixToolRunner tools;
   ProcRunningApplications applications;
   ProcessQueryScriptRunner scripts;
-  UnavailableWindowList windows;
+  X11WindowList windows;
   testing::CapturingDiagnostics diagnostics;
   ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
 };
@@ -124,7 +125,9 @@ TEST_F(ProcessIntegrationTest, HandleLookupAnswersTheIdOfAListedProcess) {
   EXPECT_TRUE(diagnostics.lines.empty());
 }
 
-TEST_F(ProcessIntegrationTest, TitleLookupWithoutAWindowListSaysSo) {
+TEST_F(ProcessIntegrationTest, TitleLookupWithoutADisplaySaysSo) {
+  // Each test runs in a process of its own: the display is gone for this one only.
+  unsetenv("DISPLAY");
   EXPECT_EQ(lookup(&ProcessManager::getMainWindowTitle, ::getpid()),
             ChannelReply::error("UNAVAILABLE", "Main window title not found"));
   EXPECT_EQ(diagnostics.lines, std::vector<std::string>{"Error: Could not retrieve window list from Core Graphics."});

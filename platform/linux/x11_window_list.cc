@@ -1,0 +1,272 @@
+#include "platform/linux/x11_window_list.h"
+
+#include <X11/Xlib-xcb.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <xcb/res.h>
+#include <xcb/xcb.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <type_traits>
+
+namespace quillon {
+
+namespace {
+
+using DisplayPtr = std::unique_ptr<Display, decltype(&XCloseDisplay)>;
+
+// An XCB reply, freed with free() as XCB allocates it.
+template <typename Reply>
+using ReplyPtr = std::unique_ptr<Reply, decltype(&std::free)>;
+
+// The answer to one question; an X error (a window gone meanwhile) comes back
+// here as no answer and is dropped, never reaching Xlib's error handler.
+template <typename Fetch, typename Cookie>
+auto answerTo(Fetch fetchReply, xcb_connection_t* connection, Cookie cookie) {
+  xcb_generic_error_t* error = nullptr;
+  auto* reply = fetchReply(connection, cookie, &error);
+  std::free(error);
+  return ReplyPtr<std::remove_pointer_t<decltype(reply)>>(reply, &std::free);
+}
+
+// The atoms the list reads, interned in one batch.
+enum AtomName : std::size_t {
+  kClientListStacking,
+  kSupportingWmCheck,
+  kWmState,
+  kWmStateHidden,
+  kWmPid,
+  kWmName,
+  kUtf8String,
+  kFrameExtents,
+  kAtomCount
+};
+
+constexpr std::array<std::string_view, kAtomCount> kAtomNames = {
+    "_NET_CLIENT_LIST_STACKING", "_NET_SUPPORTING_WM_CHECK", "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN",
+    "_NET_WM_PID",               "_NET_WM_NAME",             "UTF8_STRING",   "_NET_FRAME_EXTENTS",
+};
+
+using Atoms = std::array<xcb_atom_t, kAtomCount>;
+
+Atoms internAtoms(xcb_connection_t* connection) {
+  std::array<xcb_intern_atom_cookie_t, kAtomCount> cookies{};
+  for (std::size_t index = 0; index < kAtomCount; ++index) {
+    cookies[index] = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(kAtomNames[index].size()),
+                                     kAtomNames[index].data());
+  }
+  Atoms atoms{};
+  for (std::size_t index = 0; index < kAtomCount; ++index) {
+    auto reply = answerTo(xcb_intern_atom_reply, connection, cookies[index]);
+    atoms[index] = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+  }
+  return atoms;
+}
+
+xcb_get_property_cookie_t askProperty(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t name,
+                                      xcb_atom_t type) {
+  return xcb_get_property(connection, 0, window, name, type, 0, 1 << 16);
+}
+
+// A format-32 property's items. (XCB hands them over as 32-bit values; Xlib
+// would widen them to longs.)
+std::vector<std::uint32_t> items32(xcb_connection_t* connection, xcb_get_property_cookie_t cookie) {
+  auto reply = answerTo(xcb_get_property_reply, connection, cookie);
+  if (!reply || reply->format != 32) return {};
+  const auto* items = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+  return std::vector<std::uint32_t>(items, items + xcb_get_property_value_length(reply.get()) / 4);
+}
+
+// Top-level windows, bottom-most first, as X and the window manager keep them:
+// the manager's stacking list when one runs, else the root's children.
+std::vector<xcb_window_t> stackingBottomUp(xcb_connection_t* connection, xcb_window_t root, const Atoms& atoms) {
+  const auto check = askProperty(connection, root, atoms[kSupportingWmCheck], XCB_ATOM_WINDOW);
+  const auto stacking = askProperty(connection, root, atoms[kClientListStacking], XCB_ATOM_WINDOW);
+  const auto tree = xcb_query_tree(connection, root);
+  const auto manager = items32(connection, check);
+  auto clients = items32(connection, stacking);
+  auto children = answerTo(xcb_query_tree_reply, connection, tree);
+  if (!manager.empty() && manager.front() != 0 && !clients.empty()) return clients;
+  if (!children) return {};
+  const xcb_window_t* first = xcb_query_tree_children(children.get());
+  return std::vector<xcb_window_t>(first, first + xcb_query_tree_children_length(children.get()));
+}
+
+bool hasResourceExtension(xcb_connection_t* connection) {
+  const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_res_id);
+  if (extension == nullptr || extension->present == 0) return false;
+  auto version = answerTo(xcb_res_query_version_reply, connection, xcb_res_query_version(connection, 1, 2));
+  return version && (version->server_major > 1 || (version->server_major == 1 && version->server_minor >= 2));
+}
+
+// Every question about one window, sent before any answer is awaited, so that
+// the whole list costs a few round trips rather than several per window.
+struct WindowQuestions {
+  xcb_window_t window = 0;
+  xcb_get_window_attributes_cookie_t attributes{};
+  xcb_get_geometry_cookie_t geometry{};
+  xcb_translate_coordinates_cookie_t origin{};
+  xcb_get_property_cookie_t state{};
+  xcb_get_property_cookie_t netName{};
+  xcb_get_property_cookie_t legacyName{};
+  xcb_get_property_cookie_t frameExtents{};
+  xcb_get_property_cookie_t pid{};
+  std::optional<xcb_res_query_client_ids_cookie_t> clientIds;
+};
+
+WindowQuestions ask(xcb_connection_t* connection, xcb_window_t window, xcb_window_t root, const Atoms& atoms,
+                    bool haveXRes) {
+  WindowQuestions questions;
+  questions.window = window;
+  questions.attributes = xcb_get_window_attributes(connection, window);
+  questions.geometry = xcb_get_geometry(connection, window);
+  questions.origin = xcb_translate_coordinates(connection, window, root, 0, 0);
+  questions.state = askProperty(connection, window, atoms[kWmState], XCB_ATOM_ATOM);
+  questions.netName = askProperty(connection, window, atoms[kWmName], atoms[kUtf8String]);
+  questions.legacyName = askProperty(connection, window, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY);
+  questions.frameExtents = askProperty(connection, window, atoms[kFrameExtents], XCB_ATOM_CARDINAL);
+  questions.pid = askProperty(connection, window, atoms[kWmPid], XCB_ATOM_CARDINAL);
+  if (haveXRes) {
+    const xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    questions.clientIds = xcb_res_query_client_ids(connection, 1, &spec);
+  }
+  return questions;
+}
+
+// Drops the answers still pending for a window that is passed over (its
+// attributes and state have been read).
+void discard(xcb_connection_t* connection, const WindowQuestions& questions) {
+  for (const xcb_get_property_cookie_t cookie :
+       {questions.netName, questions.legacyName, questions.frameExtents, questions.pid}) {
+    xcb_discard_reply(connection, cookie.sequence);
+  }
+  xcb_discard_reply(connection, questions.geometry.sequence);
+  xcb_discard_reply(connection, questions.origin.sequence);
+  if (questions.clientIds) xcb_discard_reply(connection, questions.clientIds->sequence);
+}
+
+// The client's pid as the X server knows it from the connection, which the
+// client cannot falsify.
+std::optional<std::int64_t> pidFromResourceExtension(xcb_connection_t* connection,
+                                                     xcb_res_query_client_ids_cookie_t cookie) {
+  auto reply = answerTo(xcb_res_query_client_ids_reply, connection, cookie);
+  if (!reply) return std::nullopt;
+  for (auto it = xcb_res_query_client_ids_ids_iterator(reply.get()); it.rem > 0; xcb_res_client_id_value_next(&it)) {
+    if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) == 0) continue;
+    if (xcb_res_client_id_value_value_length(it.data) < 1) continue;
+    return static_cast<std::int64_t>(*xcb_res_client_id_value_value(it.data));
+  }
+  return std::nullopt;
+}
+
+std::optional<std::int64_t> ownerProcessId(xcb_connection_t* connection, const WindowQuestions& questions) {
+  std::optional<std::int64_t> pid;
+  if (questions.clientIds) pid = pidFromResourceExtension(connection, *questions.clientIds);
+  const auto claimed = items32(connection, questions.pid);
+  if (!pid && !claimed.empty()) pid = static_cast<std::int64_t>(claimed.front());
+  return pid;
+}
+
+// WM_NAME in whatever encoding it carries (STRING, COMPOUND_TEXT, ...),
+// through Xlib's text-property conversion.
+std::optional<std::string> convertLegacyName(Display* display, const xcb_get_property_reply_t& reply) {
+  XTextProperty property{};
+  property.value = static_cast<unsigned char*>(xcb_get_property_value(&reply));
+  property.encoding = reply.type;
+  property.format = reply.format;
+  property.nitems = static_cast<unsigned long>(xcb_get_property_value_length(&reply));
+  char** list = nullptr;
+  int count = 0;
+  if (Xutf8TextPropertyToTextList(display, &property, &list, &count) < Success || list == nullptr) {
+    return std::nullopt;
+  }
+  std::string name = count > 0 && list[0] != nullptr ? std::string(list[0]) : std::string();
+  XFreeStringList(list);
+  return name;
+}
+
+std::optional<std::string> windowName(Display* display, xcb_connection_t* connection,
+                                      const WindowQuestions& questions) {
+  auto netName = answerTo(xcb_get_property_reply, connection, questions.netName);
+  auto legacyName = answerTo(xcb_get_property_reply, connection, questions.legacyName);
+  if (netName && netName->format == 8 && netName->type != XCB_ATOM_NONE) {
+    const auto* text = static_cast<const char*>(xcb_get_property_value(netName.get()));
+    return std::string(text, static_cast<std::size_t>(xcb_get_property_value_length(netName.get())));
+  }
+  if (!legacyName || legacyName->type == XCB_ATOM_NONE || legacyName->format != 8) return std::nullopt;
+  return convertLegacyName(display, *legacyName);
+}
+
+// The window's outer rectangle in root coordinates: its own area, pushed out by
+// the frame that the window manager drew around it.
+std::optional<WindowBounds> outerBounds(xcb_connection_t* connection, const WindowQuestions& questions) {
+  auto geometry = answerTo(xcb_get_geometry_reply, connection, questions.geometry);
+  auto origin = answerTo(xcb_translate_coordinates_reply, connection, questions.origin);
+  const auto extents = items32(connection, questions.frameExtents);
+  if (!geometry || !origin) return std::nullopt;
+  double left = 0.0, right = 0.0, top = 0.0, bottom = 0.0;
+  if (extents.size() >= 4) {
+    left = extents[0];
+    right = extents[1];
+    top = extents[2];
+    bottom = extents[3];
+  }
+  return WindowBounds{
+      .x = origin->dst_x - left,
+      .y = origin->dst_y - top,
+      .width = geometry->width + left + right,
+      .height = geometry->height + top + bottom,
+  };
+}
+
+bool isHidden(xcb_connection_t* connection, const WindowQuestions& questions, const Atoms& atoms) {
+  const auto states = items32(connection, questions.state);
+  return std::find(states.begin(), states.end(), atoms[kWmStateHidden]) != states.end();
+}
+
+// The entry for one window, or nothing when it is not on screen (unmapped, an
+// input-only window, minimised, or gone meanwhile).
+std::optional<WindowListEntry> answer(Display* display, xcb_connection_t* connection,
+                                      const WindowQuestions& questions, const Atoms& atoms) {
+  auto attributes = answerTo(xcb_get_window_attributes_reply, connection, questions.attributes);
+  const bool hidden = isHidden(connection, questions, atoms);
+  if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+      attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY || hidden) {
+    discard(connection, questions);
+    return std::nullopt;
+  }
+  WindowListEntry entry;
+  entry.bounds = outerBounds(connection, questions);
+  entry.name = windowName(display, connection, questions);
+  entry.ownerProcessId = ownerProcessId(connection, questions);
+  return entry;
+}
+
+}  // namespace
+
+std::optional<std::vector<WindowListEntry>> X11WindowList::onScreenWindows() {
+  const DisplayPtr display(XOpenDisplay(nullptr), &XCloseDisplay);
+  if (!display) return std::nullopt;
+  xcb_connection_t* connection = XGetXCBConnection(display.get());
+  const xcb_window_t root = static_cast<xcb_window_t>(DefaultRootWindow(display.get()));
+  const Atoms atoms = internAtoms(connection);
+  const bool haveXRes = hasResourceExtension(connection);
+
+  const std::vector<xcb_window_t> windows = stackingBottomUp(connection, root, atoms);
+  std::vector<WindowQuestions> questions;
+  questions.reserve(windows.size());
+  for (auto it = windows.rbegin(); it != windows.rend(); ++it) {
+    questions.push_back(ask(connection, *it, root, atoms, haveXRes));
+  }
+  std::vector<WindowListEntry> entries;
+  for (const WindowQuestions& window : questions) {
+    if (auto entry = answer(display.get(), connection, window, atoms)) entries.push_back(std::move(*entry));
+  }
+  return entries;
+}
+
+}  // namespace quillon
