@@ -10,6 +10,9 @@
 namespace quillon {
 
 int HostApplication::run() {
+  // Caught from the start: a request that comes during start-up is delivered
+  // once the main loop runs, like any other.
+  const TerminationSignals signals([this] { application_.terminate(); });
   auto engine = std::make_unique<LinkViewEngine>();
   if (const auto failure = engine->engine().start()) {
     std::fprintf(stderr, "quillon-host: %s\n", failure->c_str());
@@ -28,7 +31,6 @@ int HostApplication::run() {
   window.awakeFromNib();
   application_.finishLaunching();
 
-  const TerminationSignals signals([this] { application_.terminate(); });
   const int status = application_.run();
   application_.setMainFlutterWindow(nullptr);
   return status;
