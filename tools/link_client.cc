@@ -102,7 +102,7 @@ std::optional<std::vector<std::uint8_t>> LinkClient::request(std::string_view ch
     auto frame = readFrame(deadline, error);
     if (!frame) return std::nullopt;
     if (frame->kind == FrameKind::message) {
-      pending_.push_back(HostMessage{std::move(frame->channel), std::move(frame->payload)});
+      pending_.push_back(HostMessage{frame->id, std::move(frame->channel), std::move(frame->payload)});
     } else if (frame->id == id) {
       return std::move(frame->payload);
     }
@@ -125,7 +125,7 @@ std::optional<LinkClient::HostMessage> LinkClient::nextMessage(std::chrono::mill
     auto frame = readFrame(deadline, error);
     if (!frame) return std::nullopt;
     if (frame->kind == FrameKind::message) {
-      pending_.push_back(HostMessage{std::move(frame->channel), std::move(frame->payload)});
+      pending_.push_back(HostMessage{frame->id, std::move(frame->channel), std::move(frame->payload)});
     }
   }
   HostMessage message = std::move(pending_.front());

@@ -29,6 +29,7 @@ class LinkClient {
   static constexpr std::chrono::milliseconds kForever{-1};
 
   struct HostMessage {
+    std::uint32_t id = 0;  // 0: the sender wants no reply.
     std::string channel;
     std::vector<std::uint8_t> payload;
   };

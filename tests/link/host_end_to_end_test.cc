@@ -1,0 +1,185 @@
+// The built host, started in a bundle of its own and called over its socket.
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+
+#include "channel/channel_names.h"
+#include "channel/standard_codec.h"
+#include "tests/support/host_process.h"
+#include "tools/link_client.h"
+
+namespace quillon {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HostProcess;
+using namespace std::chrono_literals;
+
+constexpr auto kAnswerTime = 20s;
+
+std::unique_ptr<LinkClient> connectTo(const HostProcess& host) {
+  std::string error;
+  auto client = LinkClient::connect(host.socketPath(), &error);
+  EXPECT_TRUE(client) << error;
+  return client;
+}
+
+ChannelReply call(LinkClient& client, const std::string& method, ChannelValue arguments = {},
+                  std::string_view channel = kNativeCommandChannel) {
+  std::string error;
+  auto reply = client.call(channel, MethodCall{method, std::move(arguments)}, kAnswerTime, &error);
+  EXPECT_TRUE(reply) << error;
+  return reply.value_or(ChannelReply::error("TEST", error));
+}
+
+std::unique_ptr<HostProcess> startedHost(HostProcess::Layout layout) {
+  auto host = std::make_unique<HostProcess>(layout);
+  host->start();
+  EXPECT_TRUE(host->waitReady()) << host->errorOutput();
+  return host;
+}
+
+TEST(HostEndToEndTest, AssemblyPathsWithTheHelpersInTheBundle) {
+  auto host = startedHost({.helpers = true});
+  auto client = connectTo(*host);
+  ASSERT_TRUE(client);
+  EXPECT_EQ(call(*client, "assembly::getExecutingAssemblyPath"), ChannelReply::success(host->executablePath()));
+  EXPECT_EQ(call(*client, "assembly::getRDPBinaryExecutablePath"),
+            ChannelReply::success(host->dataPath() + "/pylonRDP/pylonRDP"));
+  EXPECT_EQ(call(*client, "assembly::getTXBinaryExecutablePath"),
+            ChannelReply::success(host->dataPath() + "/pylonTX/pylonTX"));
+  EXPECT_EQ(host->stop(), 0);
+  EXPECT_EQ(host->output(), "");
+}
+
+TEST(HostEndToEndTest, AssemblyPathsWithoutTheHelpersAnswerEmptyAndSaySoOnStandardOutput) {
+  auto host = startedHost({.helpers = false});
+  auto client = connectTo(*host);
+  ASSERT_TRUE(client);
+  EXPECT_EQ(call(*client, "assembly::getRDPBinaryExecutablePath"), ChannelReply::success(""));
+  EXPECT_EQ(call(*client, "assembly::getTXBinaryExecutablePath"), ChannelReply::success(""));
+  EXPECT_EQ(host->stop(), 0);
+  EXPECT_EQ(host->output(), "Error: pylonRDP directory not found at path " + host->dataPath() +
+                                "/pylonRDP/pylonRDP\nError: pylonTX directory not found at path " + host->dataPath() +
+                                "/pylonTX/pylonTX\n");
+}
+
+TEST(HostEndToEndTest, WithoutADataDirectoryTheResourcePathIsMissing) {
+  auto host = startedHost({.dataDirectory = false});
+  auto client = connectTo(*host);
+  ASSERT_TRUE(client);
+  EXPECT_EQ(call(*client, "assembly::getTXBinaryExecutablePath"), ChannelReply::success(""));
+  EXPECT_EQ(call(*client, "assembly::getExecutingAssemblyPath"), ChannelReply::success(host->executablePath()));
+  EXPECT_EQ(host->stop(), 0);
+  EXPECT_EQ(host->output(), "Error: Unable to find the resource path\n");
+}
+
+TEST(HostEndToEndTest, UnknownMethodsAndChannelsAnswerNotImplemented) {
+  auto host = startedHost({});
+  auto client = connectTo(*host);
+  ASSERT_TRUE(client);
+  EXPECT_TRUE(call(*client, "assembly::getexecutingassemblypath").isNotImplemented());
+  EXPECT_TRUE(call(*client, "assembly::getExecutingAssemblyPath", {}, "no.such/channel").isNotImplemented());
+}
+
+TEST(HostEndToEndTest, APayloadThatIsNotAMethodCallIsAnsweredBadMessageAndTheConnectionStays) {
+  auto host = startedHost({});
+  auto client = connectTo(*host);
+  ASSERT_TRUE(client);
+  std::string error;
+  const std::vector<std::uint8_t> notACall{7, 3, 'a', 'b'};
+  const auto payload = client->request(kNativeCommandChannel, notACall, kAnswerTime, &error);
+  ASSERT_TRUE(payload) << error;
+  const auto reply = StandardCodec::decodeReply(*payload, &error);
+  ASSERT_TRUE(reply && reply->isError()) << error;
+  EXPECT_EQ(reply->error().code, "BAD_MESSAGE");
+  EXPECT_EQ(call(*client, "assembly::getExecutingAssemblyPath"), ChannelReply::success(host->executablePath()));
+}
+
+TEST(HostEndToEndTest, BrokenFramingClosesOnlyThatClient) {
+  auto host = startedHost({});
+  auto broken = connectTo(*host);
+  auto healthy = connectTo(*host);
+  ASSERT_TRUE(broken && healthy);
+  EXPECT_TRUE(call(*healthy, "nothing").isNotImplemented());
+  std::string error;
+  const std::vector<std::uint8_t> oversized{0x01, 0x00, 0x00, 0x05, 1};  // Length 80 MiB.
+  ASSERT_TRUE(broken->sendRaw(oversized, &error)) << error;
+  EXPECT_TRUE(broken->waitForClose(kAnswerTime));
+  EXPECT_EQ(call(*healthy, "assembly::getExecutingAssemblyPath"), ChannelReply::success(host->executablePath()));
+  auto later = connectTo(*host);
+  ASSERT_TRUE(later);
+  EXPECT_EQ(call(*later, "assembly::getExecutingAssemblyPath"), ChannelReply::success(host->executablePath()));
+  EXPECT_EQ(host->stop(), 0);
+  EXPECT_NE(host->errorOutput().find("beyond the limit"), std::string::npos) << host->errorOutput();
+}
+
+TEST(HostEndToEndTest, ManyClientsAreServedSideBySide) {
+  auto host = startedHost({});
+  std::vector<std::unique_ptr<LinkClient>> clients;
+  for (int index = 0; index < 8; ++index) clients.push_back(connectTo(*host));
+  for (auto& client : clients) {
+    ASSERT_TRUE(client);
+    EXPECT_EQ(call(*client, "assembly::getExecutingAssemblyPath"), ChannelReply::success(host->executablePath()));
+  }
+}
+
+TEST(HostEndToEndTest, ASecondHostOnALiveSocketSaysSoAndExitsOne) {
+  auto host = startedHost({});
+  const auto second = host->spawnHost("second");
+  EXPECT_EQ(second->waitExit(kAnswerTime), 1);
+  EXPECT_EQ(host->errorOutput("second"), "quillon-host: another host already serves " + host->socketPath() + "\n");
+  auto client = connectTo(*host);
+  ASSERT_TRUE(client);
+  EXPECT_TRUE(call(*client, "nothing").isNotImplemented());
+}
+
+TEST(HostEndToEndTest, AStaleSocketFileIsReplaced) {
+  HostProcess host({});
+  fs::create_directories(fs::path(host.socketPath()).parent_path());
+  {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, host.socketPath().c_str(), sizeof address.sun_path - 1);
+    UniqueFd leftover(::socket(AF_UNIX, SOCK_STREAM, 0));
+    ASSERT_EQ(::bind(leftover.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  }
+  ASSERT_TRUE(fs::is_socket(host.socketPath()));
+  host.start();
+  ASSERT_TRUE(host.waitReady()) << host.errorOutput();
+  auto client = connectTo(host);
+  ASSERT_TRUE(client);
+  EXPECT_EQ(call(*client, "assembly::getExecutingAssemblyPath"), ChannelReply::success(host.executablePath()));
+}
+
+TEST(HostEndToEndTest, TheRuntimeDirectoryHoldsAPrivateDirectoryAndSocketRemovedAtExit) {
+  auto host = startedHost({.runtimeDirectory = true});
+  struct stat status {};
+  ASSERT_EQ(::stat(fs::path(host->socketPath()).parent_path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0700u);
+  ASSERT_EQ(::stat(host->socketPath().c_str(), &status), 0);
+  EXPECT_TRUE(S_ISSOCK(status.st_mode));
+  EXPECT_EQ(status.st_mode & 07777, 0600u);
+  EXPECT_EQ(host->stop(), 0);
+  EXPECT_FALSE(fs::exists(host->socketPath()));
+}
+
+TEST(HostEndToEndTest, InterruptAndTerminateEndTheHostCleanly) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    auto host = startedHost({});
+    auto client = connectTo(*host);
+    ASSERT_TRUE(client);
+    host->signal(signal);
+    EXPECT_EQ(host->waitExit(kAnswerTime), 0) << "signal " << signal;
+    EXPECT_TRUE(client->waitForClose(kAnswerTime));
+    EXPECT_FALSE(fs::exists(host->socketPath()));
+  }
+}
+
+}  // namespace
+}  // namespace quillon

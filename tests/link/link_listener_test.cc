@@ -1,0 +1,147 @@
+#include "embedding/link_listener.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "embedding/engine.h"
+#include "tests/link/link_peer.h"
+
+namespace quillon {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::LinkPeer;
+using testing::pumpUntil;
+
+UniqueFd connectTo(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return {};
+  return socket;
+}
+
+class LinkListenerTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/quillon-listener-XXXXXX";
+    root_ = ::mkdtemp(pattern);
+  }
+  void TearDown() override { fs::remove_all(root_); }
+
+  std::string socketPath() const { return (root_ / "a" / "b" / "interface.sock").string(); }
+
+  fs::path root_;
+};
+
+TEST_F(LinkListenerTest, CreatesPrivateDirectoriesAndAPrivateSocket) {
+  LinkListener listener(socketPath(), ::getuid());
+  ASSERT_EQ(listener.listen([](UniqueFd) {}), std::nullopt);
+  struct stat status {};
+  ASSERT_EQ(::stat((root_ / "a").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0700u);
+  ASSERT_EQ(::stat((root_ / "a" / "b").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0700u);
+  ASSERT_EQ(::stat(socketPath().c_str(), &status), 0);
+  EXPECT_TRUE(S_ISSOCK(status.st_mode));
+  EXPECT_EQ(status.st_mode & 07777, 0600u);
+  listener.close();
+  EXPECT_FALSE(fs::exists(socketPath()));
+}
+
+TEST_F(LinkListenerTest, AConnectionOfTheAllowedUserIsHandedOver) {
+  LinkListener listener(socketPath(), ::getuid());
+  int accepted = 0;
+  ASSERT_EQ(listener.listen([&](UniqueFd socket) { accepted += socket.valid() ? 1 : 0; }), std::nullopt);
+  const UniqueFd client = connectTo(socketPath());
+  ASSERT_TRUE(client.valid());
+  EXPECT_TRUE(pumpUntil([&] { return accepted == 1; }));
+}
+
+TEST_F(LinkListenerTest, AConnectionOfAnotherUserIsClosedAtOnce) {
+  LinkListener listener(socketPath(), ::getuid() + 1);
+  int accepted = 0;
+  ASSERT_EQ(listener.listen([&](UniqueFd) { ++accepted; }), std::nullopt);
+  LinkPeer peer(connectTo(socketPath()));
+  EXPECT_TRUE(peer.closedByHost());
+  EXPECT_EQ(accepted, 0);
+}
+
+TEST_F(LinkListenerTest, ALiveSocketIsLeftToItsHost) {
+  LinkListener first(socketPath(), ::getuid());
+  ASSERT_EQ(first.listen([](UniqueFd) {}), std::nullopt);
+  LinkListener second(socketPath(), ::getuid());
+  EXPECT_EQ(second.listen([](UniqueFd) {}), "another host already serves " + socketPath());
+  second.close();
+  EXPECT_TRUE(fs::exists(socketPath()));
+}
+
+TEST_F(LinkListenerTest, AStaleSocketIsReplaced) {
+  {
+    LinkListener earlier(socketPath(), ::getuid());
+    ASSERT_EQ(earlier.listen([](UniqueFd) {}), std::nullopt);
+    // Gone without cleaning up, as after a crash: keep the file, drop the listener's socket.
+    fs::rename(socketPath(), socketPath() + ".kept");
+  }
+  fs::rename(socketPath() + ".kept", socketPath());
+  LinkListener listener(socketPath(), ::getuid());
+  EXPECT_EQ(listener.listen([](UniqueFd) {}), std::nullopt);
+  EXPECT_TRUE(connectTo(socketPath()).valid());
+}
+
+TEST_F(LinkListenerTest, AFileThatIsNotASocketIsNeverRemoved) {
+  fs::create_directories(root_ / "a" / "b");
+  std::ofstream(socketPath()) << "keep me";
+  LinkListener listener(socketPath(), ::getuid());
+  EXPECT_EQ(listener.listen([](UniqueFd) {}), socketPath() + " exists and is not a socket");
+  EXPECT_TRUE(fs::is_regular_file(socketPath()));
+}
+
+TEST_F(LinkListenerTest, APathTooLongForAUnixSocketIsRefused) {
+  LinkListener listener("/tmp/" + std::string(120, 'x'), ::getuid());
+  const auto failure = listener.listen([](UniqueFd) {});
+  ASSERT_TRUE(failure);
+  EXPECT_NE(failure->find("too long"), std::string::npos);
+}
+
+// The socket path rules, read from the environment of the moment.
+TEST(InterfaceSocketPathTest, FollowsTheSwitchThenTheRuntimeDirectoryThenTmp) {
+  struct Case {
+    const char* socketSwitch;
+    const char* runtimeDirectory;
+    std::string expected;
+  };
+  const std::string tmpPath = "/tmp/quillon-host-" + std::to_string(::getuid()) + "/interface.sock";
+  const std::vector<Case> cases = {
+      {"/x/chosen.sock", "/run/user/7", "/x/chosen.sock"},
+      {nullptr, "/run/user/7", "/run/user/7/quillon-host/interface.sock"},
+      {"", "/run/user/7", "/run/user/7/quillon-host/interface.sock"},
+      {nullptr, nullptr, tmpPath},
+      {nullptr, "", tmpPath},
+  };
+  const auto set = [](const char* name, const char* value) {
+    if (value) ::setenv(name, value, 1);
+    else ::unsetenv(name);
+  };
+  const char* savedSwitch = std::getenv("QUILLON_INTERFACE_SOCKET");
+  const char* savedRuntime = std::getenv("XDG_RUNTIME_DIR");
+  const std::optional<std::string> keptSwitch = savedSwitch ? std::optional<std::string>(savedSwitch) : std::nullopt;
+  const std::optional<std::string> keptRuntime = savedRuntime ? std::optional<std::string>(savedRuntime) : std::nullopt;
+  for (const auto& testCase : cases) {
+    set("QUILLON_INTERFACE_SOCKET", testCase.socketSwitch);
+    set("XDG_RUNTIME_DIR", testCase.runtimeDirectory);
+    EXPECT_EQ(Engine::interfaceSocketPath(), testCase.expected);
+  }
+  set("QUILLON_INTERFACE_SOCKET", keptSwitch ? keptSwitch->c_str() : nullptr);
+  set("XDG_RUNTIME_DIR", keptRuntime ? keptRuntime->c_str() : nullptr);
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,65 @@
+// ChildProcess: a program started for a test, with its own environment and its
+// standard output and error written to files.
+//
+// Contract: the child is always reaped: the destructor kills one that is still
+// running and waits for it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quillon::testing {
+
+class ChildProcess {
+ public:
+  // `environment` holds the variables to set; a variable mapped to nothing is
+  // removed from the test's own environment.
+  using Environment = std::map<std::string, std::optional<std::string>>;
+
+  ChildProcess(const std::string& program, const std::vector<std::string>& arguments, const Environment& environment,
+               const std::string& outputFile, const std::string& errorFile);
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+  ~ChildProcess();
+
+  bool started() const { return pid_ > 0; }
+  // The exit status (128 + the signal number for a killed child) once it has
+  // ended, or nothing when it still runs at the deadline.
+  std::optional<int> waitExit(std::chrono::milliseconds timeout);
+  bool running();
+  void signal(int number);
+
+ private:
+  pid_t pid_ = -1;
+  std::optional<int> status_;
+};
+
+// Runs `program` to its end (at most 20 s) and answers its exit status and output.
+struct ToolRun {
+  int status = -1;
+  std::string output;
+  std::string errorOutput;
+};
+ToolRun runTool(const std::string& program, const std::vector<std::string>& arguments,
+                const ChildProcess::Environment& environment, const std::string& scratchDirectory);
+
+std::string readFile(const std::string& path);
+
+// Polls `condition` until it holds or the deadline passes.
+template <typename Condition>
+bool waitUntil(Condition condition, std::chrono::milliseconds timeout) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  for (;;) {
+    if (condition()) return true;
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    struct timespec pause{0, 5'000'000};
+    nanosleep(&pause, nullptr);
+  }
+}
+
+}  // namespace quillon::testing

@@ -1,0 +1,91 @@
+#include "tests/support/host_process.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "embedding/unique_fd.h"
+
+namespace quillon::testing {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool accepts(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  UniqueFd probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  return ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+void writeHelper(const fs::path& path) {
+  fs::create_directories(path.parent_path());
+  std::ofstream(path) << "#!/bin/sh\n";
+}
+
+}  // namespace
+
+HostProcess::HostProcess(Layout layout) : layout_(layout) {
+  char pattern[] = "/tmp/quillon-e2e-XXXXXX";
+  directory_ = ::mkdtemp(pattern);
+  const fs::path bundle = fs::path(directory_) / "bundle";
+  fs::create_directories(bundle);
+  // A copy, not a link: the host finds its bundle through /proc/self/exe, which names the real file.
+  fs::copy_file(QUILLON_HOST_BINARY, executablePath());
+  if (layout_.dataDirectory) fs::create_directories(dataPath());
+  if (layout_.helpers) {
+    writeHelper(fs::path(dataPath()) / "pylonRDP" / "pylonRDP");
+    writeHelper(fs::path(dataPath()) / "pylonTX" / "pylonTX");
+  }
+  socketPath_ = layout_.runtimeDirectory ? directory_ + "/runtime/quillon-host/interface.sock"
+                                         : directory_ + "/sockets/interface.sock";
+  if (layout_.runtimeDirectory) fs::create_directories(fs::path(directory_) / "runtime");
+}
+
+HostProcess::~HostProcess() {
+  stop();
+  std::error_code ignored;
+  fs::remove_all(directory_, ignored);
+}
+
+ChildProcess::Environment HostProcess::hostEnvironment() const {
+  if (layout_.runtimeDirectory) {
+    return {{"QUILLON_INTERFACE_SOCKET", std::nullopt}, {"XDG_RUNTIME_DIR", directory_ + "/runtime"}};
+  }
+  return {{"QUILLON_INTERFACE_SOCKET", socketPath_}};
+}
+
+ChildProcess::Environment HostProcess::clientEnvironment() const { return {{"QUILLON_INTERFACE_SOCKET", socketPath_}}; }
+
+std::unique_ptr<ChildProcess> HostProcess::spawnHost(const std::string& name) const {
+  const std::string files = directory_ + "/" + name;
+  return std::make_unique<ChildProcess>(executablePath(), std::vector<std::string>{}, hostEnvironment(),
+                                        files + ".out", files + ".err");
+}
+
+bool HostProcess::waitReady(std::chrono::milliseconds timeout) {
+  return waitUntil([this] { return !host_->running() || accepts(socketPath_); }, timeout) && host_->running();
+}
+
+std::optional<int> HostProcess::stop() {
+  if (!host_) return std::nullopt;
+  host_->signal(SIGTERM);
+  if (auto status = host_->waitExit(std::chrono::seconds(20))) return status;
+  host_->signal(SIGKILL);
+  return host_->waitExit(std::chrono::milliseconds(-1));
+}
+
+std::string HostProcess::output(const std::string& name) const { return readFile(directory_ + "/" + name + ".out"); }
+
+std::string HostProcess::errorOutput(const std::string& name) const {
+  return readFile(directory_ + "/" + name + ".err");
+}
+
+}  // namespace quillon::testing

@@ -1,0 +1,61 @@
+// HostProcess: the built host started for an end-to-end test in a bundle of its
+// own: a temporary directory holding a copy of the host executable, its data/
+// directory (with or without the two helpers) and the socket's directory.
+//
+// Contract: the temporary directory and the host go away with this object; the
+// host is stopped (SIGTERM, then SIGKILL after a deadline) and reaped.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tests/support/child_process.h"
+
+namespace quillon::testing {
+
+class HostProcess {
+ public:
+  struct Layout {
+    bool dataDirectory = true;
+    bool helpers = false;
+    // Use $XDG_RUNTIME_DIR (inside the bundle directory) instead of the engine switch.
+    bool runtimeDirectory = false;
+  };
+
+  explicit HostProcess(Layout layout);
+  HostProcess(const HostProcess&) = delete;
+  HostProcess& operator=(const HostProcess&) = delete;
+  ~HostProcess();
+
+  // Starts the host under test.
+  void start() { host_ = spawnHost("host"); }
+  // Another host of the same bundle on the same socket; its output goes to the files `name`.out and `name`.err.
+  std::unique_ptr<ChildProcess> spawnHost(const std::string& name) const;
+  // Whether the socket accepts connections before the deadline, while the host runs.
+  bool waitReady(std::chrono::milliseconds timeout = std::chrono::seconds(20));
+  // Stops the host and answers its exit status.
+  std::optional<int> stop();
+  void signal(int number) { host_->signal(number); }
+  std::optional<int> waitExit(std::chrono::milliseconds timeout) { return host_->waitExit(timeout); }
+
+  const std::string& directory() const { return directory_; }
+  std::string executablePath() const { return directory_ + "/bundle/quillon-host"; }
+  std::string dataPath() const { return directory_ + "/bundle/data"; }
+  const std::string& socketPath() const { return socketPath_; }
+  // The environment that points a client (such as quillon-call) at this host.
+  ChildProcess::Environment clientEnvironment() const;
+  std::string output(const std::string& name = "host") const;
+  std::string errorOutput(const std::string& name = "host") const;
+
+ private:
+  ChildProcess::Environment hostEnvironment() const;
+
+  Layout layout_;
+  std::string directory_;
+  std::string socketPath_;
+  std::unique_ptr<ChildProcess> host_;
+};
+
+}  // namespace quillon::testing
