@@ -5,9 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <thread>
+
 #include "app/main_window_description.h"
-#include "channel/channel_names.h"
-#include "tests/app/running_host.h"
+#include "tests/app/host_conversation.h"
 
 namespace quillon::testing {
 namespace {
@@ -41,19 +43,19 @@ auto pollUntil(Probe probe, const decltype(probe())& expected, std::chrono::mill
 
 class DesktopHostTest : public ::testing::Test {
  protected:
-  DesktopHostTest() {
-    if (interface_) callHost(*interface_, kNativeCommandChannel, "assembly::getExecutingAssemblyPath");
-  }
-
   void SetUp() override {
     const char* display = std::getenv("DISPLAY");
     ASSERT_TRUE(display != nullptr && *display != '\0') << "these tests need an X display (scripts/with-desktop)";
+    host_ = startedHost({});
+    interface_ = connectTo(*host_);
     ASSERT_TRUE(interface_);
+    // The host sends to the connections it has accepted: a round trip makes sure of ours.
+    ASSERT_TRUE(callHost(*interface_, kNativeCommandChannel, "assembly::getExecutingAssemblyPath").isSuccess());
   }
 
   // The host's visible window ids, one a line; empty while none is shown.
   std::string visibleWindow() const {
-    return runTool("xdotool search --onlyvisible --pid " + std::to_string(host_.pid()));
+    return runTool("xdotool search --onlyvisible --pid " + std::to_string(host_->pid()));
   }
 
   std::string showMainWindow() {
@@ -75,8 +77,8 @@ class DesktopHostTest : public ::testing::Test {
                    "/Height:/{h=$2} END{print x, y, w, h}'");
   }
 
-  RunningHost host_{RunningHost::Display::inherited};
-  std::unique_ptr<LinkClient> interface_ = host_.connect();
+  std::unique_ptr<HostProcess> host_;
+  std::unique_ptr<LinkClient> interface_;
 };
 
 std::string describedGeometry() {
@@ -114,25 +116,20 @@ TEST_F(DesktopHostTest, QuitShortcutAndWindowManagerCloseOfferTheQuitAndKeepTheW
   ASSERT_FALSE(window.empty());
   for (const char* keys : {"ctrl+q", "alt+F4"}) {
     runTool("xdotool windowactivate --sync " + window + " key " + keys);
-    EXPECT_EQ(nextHostCall(*interface_, 10s), kCloseRequest) << keys;
-    EXPECT_TRUE(callHost(*interface_, kNativeCommandChannel, "assembly::getExecutingAssemblyPath").isSuccess());
-    EXPECT_EQ(nextHostCall(*interface_, 0ms), std::nullopt) << keys;
-    EXPECT_TRUE(host_.running());
+    EXPECT_EQ(nextHostCall(*interface_, kAnswerTime), kCloseRequest) << keys;
+    expectNoFurtherHostCalls(*interface_);
+    EXPECT_TRUE(running(*host_));
     EXPECT_EQ(visibleWindow(), window);
   }
-  host_.signal(SIGTERM);
-  EXPECT_EQ(nextHostCall(*interface_, 10s), kCloseRequest);
+  host_->signal(SIGTERM);
+  EXPECT_EQ(nextHostCall(*interface_, kAnswerTime), kCloseRequest);
 }
 
 TEST_F(DesktopHostTest, ForceQuitEndsTheHostWithStatusZero) {
   ASSERT_FALSE(showMainWindow().empty());
-  std::string error;
-  const auto call = StandardCodec::encodeMethodCall(MethodCall{"forceQuitApp", {}});
-  ASSERT_TRUE(interface_->sendRaw(encodeMessageFrame(1, kAppCloseChannel, call), &error)) << error;
-  const std::optional<int> status = host_.waitForExit(10s);
-  ASSERT_TRUE(status);
-  EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0) << *status;
-  EXPECT_TRUE(interface_->waitForClose(10s));
+  forceQuit(*interface_);
+  EXPECT_EQ(host_->waitExit(kAnswerTime), 0);
+  EXPECT_TRUE(interface_->waitForClose(kAnswerTime));
 }
 
 }  // namespace

@@ -9,7 +9,10 @@
 #include <filesystem>
 #include <fstream>
 
+#include "channel/channel_names.h"
+#include "channel/standard_codec.h"
 #include "embedding/unique_fd.h"
+#include "tools/link_client.h"
 
 namespace quillon::testing {
 
@@ -56,10 +59,15 @@ HostProcess::~HostProcess() {
 }
 
 ChildProcess::Environment HostProcess::hostEnvironment() const {
+  ChildProcess::Environment environment = {{"QUILLON_INTERFACE_SOCKET", socketPath_}};
   if (layout_.runtimeDirectory) {
-    return {{"QUILLON_INTERFACE_SOCKET", std::nullopt}, {"XDG_RUNTIME_DIR", directory_ + "/runtime"}};
+    environment = {{"QUILLON_INTERFACE_SOCKET", std::nullopt}, {"XDG_RUNTIME_DIR", directory_ + "/runtime"}};
   }
-  return {{"QUILLON_INTERFACE_SOCKET", socketPath_}};
+  if (layout_.headless) {
+    environment["DISPLAY"] = std::nullopt;
+    environment["WAYLAND_DISPLAY"] = std::nullopt;
+  }
+  return environment;
 }
 
 ChildProcess::Environment HostProcess::clientEnvironment() const { return {{"QUILLON_INTERFACE_SOCKET", socketPath_}}; }
@@ -76,7 +84,11 @@ bool HostProcess::waitReady(std::chrono::milliseconds timeout) {
 
 std::optional<int> HostProcess::stop() {
   if (!host_) return std::nullopt;
-  host_->signal(SIGTERM);
+  std::string error;
+  if (auto client = host_->running() ? LinkClient::connect(socketPath_, &error) : nullptr) {
+    const auto forceQuit = StandardCodec::encodeMethodCall(MethodCall{"forceQuitApp", {}});
+    client->sendRaw(encodeMessageFrame(0, kAppCloseChannel, forceQuit), &error);
+  }
   if (auto status = host_->waitExit(std::chrono::seconds(20))) return status;
   host_->signal(SIGKILL);
   return host_->waitExit(std::chrono::milliseconds(-1));
