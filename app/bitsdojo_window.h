@@ -35,6 +35,8 @@ class BitsdojoWindow {
   FlutterViewController* contentViewController() const { return contentViewController_.get(); }
   void setContentViewController(std::unique_ptr<FlutterViewController> controller);
 
+  bool hasNativeWindow() const { return native_ != nullptr; }
+
   // None without a display.
   std::optional<WindowFrame> frame() const;
   void setFrame(const WindowFrame& frame);

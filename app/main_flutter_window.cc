@@ -5,10 +5,6 @@ namespace quillon {
 MainFlutterWindow::MainFlutterWindow(std::unique_ptr<NativeWindow> native, Setup setup)
     : BitsdojoWindow(std::move(native)), setup_(std::move(setup)) {}
 
-// The command channel goes first: it removes its handler from the engine's
-// messenger, which lives in the content view controller.
-MainFlutterWindow::~MainFlutterWindow() { commandChannel_.reset(); }
-
 void MainFlutterWindow::awakeFromNib() {
   auto controller = std::make_unique<FlutterViewController>(std::move(setup_.engine));
   const std::optional<WindowFrame> describedFrame = frame();

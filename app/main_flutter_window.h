@@ -37,7 +37,6 @@ class MainFlutterWindow final : public BitsdojoWindow {
 
   // `native` is none without a display.
   MainFlutterWindow(std::unique_ptr<NativeWindow> native, Setup setup);
-  ~MainFlutterWindow() override;
 
   // Custom frame, hidden until the interface shows it.
   unsigned bitsdojo_window_configure() const override { return kCustomFrame | kHideOnStartup; }
@@ -49,7 +48,11 @@ class MainFlutterWindow final : public BitsdojoWindow {
 
  private:
   Setup setup_;
+  // Held shared only so that the window builds against the class's name
+  // alone; the window is its one owner.
   std::shared_ptr<ProcessManager> processManager_;
+  // Destroyed first, before the engine in the base's view controller: it
+  // removes its handler from the engine's messenger.
   std::unique_ptr<NativeCommandChannel> commandChannel_;
 };
 

@@ -1,5 +1,7 @@
 #include "app/plugins/bitsdojo_window_plugin.h"
 
+#include <string>
+
 #include "app/bitsdojo_window.h"
 #include "embedding/method_channel.h"
 
@@ -7,21 +9,17 @@ namespace quillon {
 namespace {
 
 void answerWindowCall(BitsdojoWindow& window, const MethodCall& call, ReplyCallback reply) {
-  const bool showing = call.method == "showWindow";
-  if (!showing && call.method != "hideWindow" && call.method != "isWindowVisible") {
+  const std::string& method = call.method;
+  if (method != "showWindow" && method != "hideWindow" && method != "isWindowVisible") {
     std::move(reply).notImplemented();
-    return;
-  }
-  if (!window.frame()) {
+  } else if (!window.hasNativeWindow()) {
     std::move(reply).error("UNAVAILABLE", "No main window: the host runs without a display");
-    return;
-  }
-  if (call.method == "isWindowVisible") {
+  } else if (method == "isWindowVisible") {
     std::move(reply).success(window.isVisible());
-    return;
+  } else {
+    method == "showWindow" ? window.show() : window.hide();
+    std::move(reply).success();
   }
-  showing ? window.show() : window.hide();
-  std::move(reply).success();
 }
 
 }  // namespace
