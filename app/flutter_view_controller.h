@@ -1,6 +1,7 @@
 // FlutterViewController: the stand-in for the view controller that hosts the
 // interface's view. It owns the engine (and through it the messenger and the
-// interface link) and is the plug-in registry.
+// interface link) and is the plug-in registry; it borrows the desktop services
+// that plug-ins use, which must outlive it.
 //
 // Contract: main thread only; created by the main window's wake-up and kept by
 // the window for the life of the process. Registrars it hands out need the
@@ -18,7 +19,8 @@ namespace quillon {
 
 class FlutterViewController final : public PluginRegistry {
  public:
-  explicit FlutterViewController(std::unique_ptr<ViewEngine> engine) : engine_(std::move(engine)) {}
+  FlutterViewController(std::unique_ptr<ViewEngine> engine, UrlOpener& urlOpener)
+      : engine_(std::move(engine)), urlOpener_(urlOpener) {}
   FlutterViewController(const FlutterViewController&) = delete;
   FlutterViewController& operator=(const FlutterViewController&) = delete;
 
@@ -34,6 +36,7 @@ class FlutterViewController final : public PluginRegistry {
 
  private:
   std::unique_ptr<ViewEngine> engine_;
+  UrlOpener& urlOpener_;
   BitsdojoWindow* window_ = nullptr;
   std::vector<std::string> registeredPlugins_;
 };

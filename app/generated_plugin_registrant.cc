@@ -4,6 +4,7 @@
 
 #include "app/plugins/bitsdojo_window_plugin.h"
 #include "app/plugins/registration_only_plugins.h"
+#include "app/plugins/url_launcher_plugin.h"
 
 namespace quillon {
 
@@ -14,7 +15,7 @@ std::span<const PluginEntry> generatedPlugins() {
       PluginEntry{"FlutterSecureStoragePlugin", &registerWithoutNativeHalf},
       PluginEntry{"FPPPackageInfoPlusPlugin", &registerWithoutNativeHalf},
       PluginEntry{"PathProviderPlugin", &registerWithoutNativeHalf},
-      PluginEntry{"UrlLauncherPlugin", &registerWithoutNativeHalf},
+      PluginEntry{"UrlLauncherPlugin", &UrlLauncherPlugin::registerWith},
   };
   return kPlugins;
 }

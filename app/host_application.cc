@@ -26,6 +26,7 @@ int HostApplication::run() {
                                [this](std::function<ProcessManager&()> processManager) {
                                  return services_.commandServices(std::move(processManager));
                                },
+                               urlOpener_,
                            });
   application_.setMainFlutterWindow(&window);
   window.awakeFromNib();

@@ -15,6 +15,7 @@
 #include "app/application.h"
 #include "app/host_services.h"
 #include "app/main_flutter_window.h"
+#include "platform/linux/gio_url_opener.h"
 #include "platform/linux/glib_main_loop.h"
 
 namespace quillon {
@@ -31,6 +32,7 @@ class HostApplication {
   std::unique_ptr<NativeWindow> createMainWindow();
 
   HostServices services_;
+  GioUrlOpener urlOpener_;
   GlibMainLoop loop_;
   AppDelegate delegate_;
   Application application_{delegate_, loop_};

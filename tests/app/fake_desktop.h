@@ -5,6 +5,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "app/main_flutter_window.h"
@@ -12,6 +15,7 @@
 #include "bundle/assembly_data.h"
 #include "platform/main_loop.h"
 #include "platform/native_window.h"
+#include "platform/url_opener.h"
 #include "tests/app/fake_messenger.h"
 #include "tests/bundle/fake_bundle.h"
 #include "tests/support/capturing_diagnostics.h"
@@ -60,7 +64,22 @@ class FakeEngine final : public ViewEngine {
   FakeMessenger& messenger_;
 };
 
-// The services of the catalogue over a bundle whose executable is kExecutable.
+// A desktop that opens the URLs of the schemes it is given, and keeps them.
+class FakeUrlOpener final : public UrlOpener {
+ public:
+  bool canOpen(const std::string& url) const override { return schemes.contains(url.substr(0, url.find(':'))); }
+  std::optional<std::string> open(const std::string& url) override {
+    if (!canOpen(url)) return "no application for " + url;
+    opened.push_back(url);
+    return std::nullopt;
+  }
+
+  std::set<std::string> schemes;
+  std::vector<std::string> opened;
+};
+
+// The services of the catalogue over a bundle whose executable is kExecutable,
+// and the desktop services of the plug-ins.
 struct FakeHostServices {
   static constexpr const char* kExecutable = "/opt/quillon/quillon-host";
 
@@ -80,6 +99,7 @@ struct FakeHostServices {
   FakeFiles files;
   CapturingDiagnostics diagnostics;
   BundleEnvironment environment{bundle, files, diagnostics};
+  FakeUrlOpener urls;
 };
 
 }  // namespace quillon::testing

@@ -37,6 +37,7 @@ class MainWindowSetupTest : public ::testing::Test {
                                  return nullptr;
                                },
                                host_.servicesFactory(),
+                               host_.urls,
                                plugins,
                            });
   }
