@@ -4,7 +4,9 @@
 //
 // Contract: start() once, on the main thread, before the main loop runs;
 // shutdown() closes every connection and removes the socket file, and is also
-// done by the destructor. The messenger lives as long as the engine.
+// done by the destructor. The messenger lives as long as the engine. When the
+// socket lies in the host's own default directory, that directory must belong
+// to the user and is kept at mode 0700.
 #pragma once
 
 #include <memory>

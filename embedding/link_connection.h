@@ -47,6 +47,7 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
   struct Token {};
 
  public:
+  // For make_shared in adopt() only: the Token keeps everyone else out.
   LinkConnection(Token, UniqueFd socket, FrameHandler onFrame, ClosedHandler onClosed);
 
  private:

@@ -2,9 +2,10 @@
 // method codec.
 //
 // Contract: the handler is called on the main thread, once per incoming call,
-// and must answer through its ReplyCallback exactly once; a call whose payload
-// does not decode never reaches it. invokeMethod() sends a call to every
-// connected interface without asking for a reply. The channel does not own the
+// and must answer through its ReplyCallback exactly once. A payload that does
+// not decode as a method call never reaches it: the channel answers it with the
+// error "BAD_MESSAGE" and a message saying what was wrong. invokeMethod()
+// sends a call to every connected interface without asking for a reply. The channel does not own the
 // messenger, which must outlive it; the handler is registered with the
 // messenger under the channel's name and stays there until replaced, even when
 // this object goes away.
