@@ -115,7 +115,10 @@ TEST_F(DesktopHostTest, QuitShortcutAndWindowManagerCloseOfferTheQuitAndKeepTheW
   const std::string window = showMainWindow();
   ASSERT_FALSE(window.empty());
   for (const char* keys : {"ctrl+q", "alt+F4"}) {
-    runTool("xdotool windowactivate --sync " + window + " key " + keys);
+    // Keys go where the keyboard focus is: wait until it is on the window.
+    runTool("xdotool windowactivate --sync " + window);
+    EXPECT_EQ(pollUntil([&] { return runTool("xdotool getwindowfocus"); }, window), window);
+    runTool(std::string("xdotool key ") + keys);
     EXPECT_EQ(nextHostCall(*interface_, kAnswerTime), kCloseRequest) << keys;
     expectNoFurtherHostCalls(*interface_);
     EXPECT_TRUE(running(*host_));
