@@ -29,6 +29,7 @@ class ChildProcess {
   ~ChildProcess();
 
   bool started() const { return pid_ > 0; }
+  pid_t pid() const { return pid_; }
   // The exit status (128 + the signal number for a killed child) once it has
   // ended, or nothing when it still runs at the deadline.
   std::optional<int> waitExit(std::chrono::milliseconds timeout);

@@ -9,7 +9,10 @@
 #include <filesystem>
 #include <fstream>
 
+#include "channel/channel_names.h"
+#include "channel/standard_codec.h"
 #include "embedding/unique_fd.h"
+#include "tools/link_client.h"
 
 namespace quillon::testing {
 
@@ -64,6 +67,10 @@ ChildProcess::Environment HostProcess::hostEnvironment() const {
   } else {
     environment.insert({"QUILLON_INTERFACE_SOCKET", socketPath_});
   }
+  if (layout_.headless) {
+    environment["DISPLAY"] = std::nullopt;
+    environment["WAYLAND_DISPLAY"] = std::nullopt;
+  }
   return environment;
 }
 
@@ -81,7 +88,11 @@ bool HostProcess::waitReady(std::chrono::milliseconds timeout) {
 
 std::optional<int> HostProcess::stop() {
   if (!host_) return std::nullopt;
-  host_->signal(SIGTERM);
+  std::string error;
+  if (auto client = host_->running() ? LinkClient::connect(socketPath_, &error) : nullptr) {
+    const auto forceQuit = StandardCodec::encodeMethodCall(MethodCall{"forceQuitApp", {}});
+    client->sendRaw(encodeMessageFrame(0, kAppCloseChannel, forceQuit), &error);
+  }
   if (auto status = host_->waitExit(std::chrono::seconds(20))) return status;
   host_->signal(SIGKILL);
   return host_->waitExit(std::chrono::milliseconds(-1));

@@ -22,6 +22,8 @@ class HostProcess {
     bool helpers = false;
     // Use $XDG_RUNTIME_DIR (inside the bundle directory) instead of the engine switch.
     bool runtimeDirectory = false;
+    // Take DISPLAY (and WAYLAND_DISPLAY) away: the host runs without windows.
+    bool headless = false;
   };
 
   explicit HostProcess(Layout layout);
@@ -35,9 +37,11 @@ class HostProcess {
   std::unique_ptr<ChildProcess> spawnHost(const std::string& name) const;
   // Whether the socket accepts connections before the deadline, while the host runs.
   bool waitReady(std::chrono::milliseconds timeout = std::chrono::seconds(20));
-  // Stops the host and answers its exit status.
+  // Stops the host as the interface does, with "forceQuitApp" on the close
+  // channel (a signal only offers the quit), and answers its exit status.
   std::optional<int> stop();
   void signal(int number) { host_->signal(number); }
+  pid_t pid() const { return host_->pid(); }
   std::optional<int> waitExit(std::chrono::milliseconds timeout) { return host_->waitExit(timeout); }
 
   const std::string& directory() const { return directory_; }

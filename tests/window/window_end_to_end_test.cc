@@ -41,7 +41,7 @@ class WindowEndToEndTest : public ::testing::Test {
   std::unique_ptr<LinkClient> client_;
 };
 
-TEST_F(WindowEndToEndTest, ScreenMetricsAndRectangles) {
+TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesAndTitles) {
   // Integers that fit 32 bits travel as 32-bit values.
   EXPECT_EQ(call("window::getScreenBounds"),
             ChannelReply::success(map({{"width", std::int32_t{1280}}, {"height", std::int32_t{1024}}})));
@@ -62,6 +62,9 @@ TEST_F(WindowEndToEndTest, ScreenMetricsAndRectangles) {
   const ChannelMap& values = rect.value().get<ChannelMap>();
   EXPECT_EQ(values.find(std::string_view("left"))->asInteger(), 100);
   EXPECT_EQ(values.find(std::string_view("top"))->asInteger(), 150);
+  // The process services read the same window list.
+  EXPECT_EQ(call("process::getMainWindowTitle", map({{"processId", std::int64_t{client.pid()}}})),
+            ChannelReply::success("Remote desktop"));
   EXPECT_EQ(call("window::getWindowRect", map({{"windowHandle", std::int64_t{1}}})),
             ChannelReply::error("INVALID_ARGUMENT", "Expected windowHandle"));
   EXPECT_EQ(call("window::showWindow", map({{"windowHandle", std::int64_t{1}}, {"command", std::int64_t{1}}})),

@@ -1,0 +1,45 @@
+// Application: the application object of the host. It routes every termination
+// request of the desktop (the Quit command, the closing of the last window, the
+// system's signals) to the delegate and ends the main loop only when the
+// delegate grants it.
+//
+// Contract: main thread only. It borrows the delegate, the main loop and the
+// main window, which must outlive it; the main window may be absent (no
+// display, or not created yet).
+#pragma once
+
+#include "app/app_delegate.h"
+#include "platform/main_loop.h"
+
+namespace quillon {
+
+class MainFlutterWindow;
+
+class Application {
+ public:
+  Application(AppDelegate& delegate, MainLoop& loop) : delegate_(delegate), loop_(loop) {}
+  Application(const Application&) = delete;
+  Application& operator=(const Application&) = delete;
+
+  void setMainFlutterWindow(MainFlutterWindow* window) { mainFlutterWindow_ = window; }
+  MainFlutterWindow* mainFlutterWindow() const { return mainFlutterWindow_; }
+
+  // Tells the delegate that launching has finished.
+  void finishLaunching() { delegate_.applicationDidFinishLaunching(*this); }
+
+  // A termination request: granted, it ends the main loop with status 0;
+  // refused, nothing else happens here.
+  void terminate();
+
+  // The last window was closed: a termination request when the delegate says so.
+  void lastWindowClosed();
+
+  int run() { return loop_.run(); }
+
+ private:
+  AppDelegate& delegate_;
+  MainLoop& loop_;
+  MainFlutterWindow* mainFlutterWindow_ = nullptr;
+};
+
+}  // namespace quillon

@@ -1,0 +1,51 @@
+#include "app/host_application.h"
+
+#include <cstdio>
+
+#include "app/link_view_engine.h"
+#include "app/main_window_description.h"
+#include "platform/linux/gtk_desktop.h"
+#include "platform/linux/gtk_main_window.h"
+#include "process/process_manager.h"
+#include "platform/linux/termination_signals.h"
+
+namespace quillon {
+
+int HostApplication::run() {
+  // Caught from the start: a request that comes during start-up is delivered
+  // once the main loop runs, like any other.
+  const TerminationSignals signals([this] { application_.terminate(); });
+  auto engine = std::make_unique<LinkViewEngine>();
+  if (const auto failure = engine->engine().start()) {
+    std::fprintf(stderr, "quillon-host: %s\n", failure->c_str());
+    return 1;
+  }
+  MainFlutterWindow window(createMainWindow(),
+                           MainFlutterWindow::Setup{
+                               std::move(engine),
+                               [this] { return std::make_unique<ProcessManager>(services_.processEnvironment()); },
+                               [this](std::function<ProcessManager&()> processManager) {
+                                 return services_.commandServices(std::move(processManager));
+                               },
+                               urlOpener_,
+                           });
+  application_.setMainFlutterWindow(&window);
+  window.awakeFromNib();
+  application_.finishLaunching();
+
+  const int status = application_.run();
+  application_.setMainFlutterWindow(nullptr);
+  return status;
+}
+
+std::unique_ptr<NativeWindow> HostApplication::createMainWindow() {
+  if (!gtkDesktopAvailable()) {
+    std::fputs("quillon-host: no display; running without windows\n", stderr);
+    return nullptr;
+  }
+  return std::make_unique<GtkMainWindow>(kMainWindowDescription.title, kMainWindowDescription.frame,
+                                         TerminationRequests{[this] { application_.terminate(); },
+                                                             [this] { application_.lastWindowClosed(); }});
+}
+
+}  // namespace quillon

@@ -1,0 +1,41 @@
+// HostApplication: the host as a desktop application. It builds the platform's
+// side of start-up in order (the interface link, the main window from its
+// description, the window's wake-up, the end of launching) and runs the main
+// loop until a termination request is granted. Without a display it runs all
+// the same, without windows; the system's signals still reach the handshake.
+//
+// Contract: construct, run() once, destroy, all on the main thread. run()
+// answers the process's exit status; everything it built, the link included,
+// is closed before it returns.
+#pragma once
+
+#include <memory>
+
+#include "app/app_delegate.h"
+#include "app/application.h"
+#include "app/host_services.h"
+#include "app/main_flutter_window.h"
+#include "platform/linux/gio_url_opener.h"
+#include "platform/linux/glib_main_loop.h"
+
+namespace quillon {
+
+class HostApplication {
+ public:
+  HostApplication() = default;
+  HostApplication(const HostApplication&) = delete;
+  HostApplication& operator=(const HostApplication&) = delete;
+
+  int run();
+
+ private:
+  std::unique_ptr<NativeWindow> createMainWindow();
+
+  HostServices services_;
+  GioUrlOpener urlOpener_;
+  GlibMainLoop loop_;
+  AppDelegate delegate_;
+  Application application_{delegate_, loop_};
+};
+
+}  // namespace quillon

@@ -1,0 +1,21 @@
+// BitsdojoWindowPlugin: the native half of the window-chrome plug-in. It lets
+// the interface show and hide the main window over the channel
+// "bitsdojo/window":
+//   "showWindow", "hideWindow" -> null; "isWindowVisible" -> bool;
+//   without a display each answers the error "UNAVAILABLE";
+//   any other name -> not-implemented.
+// The frame stays the one the window was given; showing never resizes it.
+#pragma once
+
+#include "app/plugin_registry.h"
+
+namespace quillon {
+
+class BitsdojoWindowPlugin {
+ public:
+  static constexpr const char* kChannel = "bitsdojo/window";
+
+  static void registerWith(const PluginRegistrar& registrar);
+};
+
+}  // namespace quillon

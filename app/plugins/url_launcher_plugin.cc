@@ -1,0 +1,39 @@
+#include "app/plugins/url_launcher_plugin.h"
+
+#include <string>
+
+#include "channel/command_arguments.h"
+#include "channel/command_replies.h"
+#include "embedding/method_channel.h"
+
+namespace quillon {
+namespace {
+
+void answerUrlCall(UrlOpener& urls, const MethodCall& call, ReplyCallback reply) {
+  if (call.method != "canLaunch" && call.method != "launch") {
+    std::move(reply).notImplemented();
+    return;
+  }
+  const std::optional<CommandArguments> arguments = CommandArguments::from(call.arguments);
+  const std::string* url = arguments ? arguments->string("url") : nullptr;
+  if (url == nullptr) {
+    answerInvalidArgument(std::move(reply), "Expected url");
+  } else if (call.method == "canLaunch") {
+    std::move(reply).success(urls.canOpen(*url));
+  } else if (const std::optional<std::string> failure = urls.open(*url)) {
+    std::move(reply).error("Launch Error", "Failed to launch URL: " + *failure);
+  } else {
+    std::move(reply).success(true);
+  }
+}
+
+}  // namespace
+
+void UrlLauncherPlugin::registerWith(const PluginRegistrar& registrar) {
+  MethodChannel(registrar.messenger(), kChannel)
+      .setMethodCallHandler([&urls = registrar.urlOpener()](const MethodCall& call, ReplyCallback reply) {
+        answerUrlCall(urls, call, std::move(reply));
+      });
+}
+
+}  // namespace quillon

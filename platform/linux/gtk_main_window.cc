@@ -1,0 +1,90 @@
+#include "platform/linux/gtk_main_window.h"
+
+#include <gtk/gtk.h>
+
+#include <limits>
+
+namespace quillon {
+namespace {
+
+GtkWindow* asWindow(GtkWidget* widget) { return reinterpret_cast<GtkWindow*>(widget); }
+
+gint toGint(std::int64_t value) {
+  if (value < std::numeric_limits<gint>::min()) return std::numeric_limits<gint>::min();
+  if (value > std::numeric_limits<gint>::max()) return std::numeric_limits<gint>::max();
+  return static_cast<gint>(value);
+}
+
+template <typename Handler>
+void connect(GtkWidget* widget, const char* signal, Handler handler, void* self) {
+  g_signal_connect_data(widget, signal, reinterpret_cast<GCallback>(handler), self, nullptr, GConnectFlags{});
+}
+
+}  // namespace
+
+GtkMainWindow::GtkMainWindow(const std::string& title, const WindowFrame& frame, TerminationRequests requests)
+    : window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), frame_(frame), requests_(std::move(requests)) {
+  g_object_ref_sink(window_);
+  gtk_window_set_title(asWindow(window_), title.c_str());
+  // The interface's view fills the window; until it draws, the window is empty.
+  gtk_container_add(reinterpret_cast<GtkContainer*>(window_), gtk_drawing_area_new());
+  setFrame(frame);
+  connect(window_, "delete-event", &GtkMainWindow::onDeleteEvent, this);
+  connect(window_, "key-press-event", &GtkMainWindow::onKeyPress, this);
+}
+
+GtkMainWindow::~GtkMainWindow() {
+  g_signal_handlers_disconnect_matched(window_, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
+  gtk_widget_destroy(window_);
+  g_object_unref(window_);
+}
+
+WindowFrame GtkMainWindow::frame() const {
+  GdkWindow* surface = gtk_widget_get_window(window_);
+  if (surface == nullptr || !gtk_widget_get_visible(window_)) return frame_;
+  gint x = 0, y = 0, width = 0, height = 0;
+  gdk_window_get_origin(surface, &x, &y);
+  gtk_window_get_size(asWindow(window_), &width, &height);
+  return WindowFrame{x, y, width, height};
+}
+
+void GtkMainWindow::setFrame(const WindowFrame& frame) {
+  frame_ = frame;
+  gtk_window_move(asWindow(window_), toGint(frame.x), toGint(frame.y));
+  gtk_window_resize(asWindow(window_), toGint(frame.width), toGint(frame.height));
+}
+
+// Undecorated: the window manager draws neither a title bar nor its close,
+// minimise and maximise buttons; the window keeps its size and position.
+void GtkMainWindow::useCustomFrame() { gtk_window_set_decorated(asWindow(window_), FALSE); }
+
+void GtkMainWindow::show() {
+  // Shown again after a hide, the window goes back where it was.
+  const WindowFrame last = frame();
+  gtk_window_move(asWindow(window_), toGint(last.x), toGint(last.y));
+  gtk_widget_show_all(window_);
+  gtk_window_present(asWindow(window_));
+}
+
+void GtkMainWindow::hide() {
+  frame_ = frame();
+  gtk_widget_hide(window_);
+}
+
+bool GtkMainWindow::isVisible() const { return gtk_widget_get_visible(window_); }
+
+int GtkMainWindow::onDeleteEvent(GtkWidget*, void*, void* self) {
+  static_cast<GtkMainWindow*>(self)->requests_.windowClosed();
+  return TRUE;  // the window stays; a granted termination ends the application instead
+}
+
+int GtkMainWindow::onKeyPress(GtkWidget*, void* event, void* self) {
+  const auto* key = static_cast<const GdkEventKey*>(event);
+  const guint modifiers = key->state & static_cast<guint>(gtk_accelerator_get_default_mod_mask());
+  const bool control = modifiers == static_cast<guint>(GDK_CONTROL_MASK);
+  if (!control || gdk_keyval_to_lower(key->keyval) != GDK_KEY_q) return FALSE;
+  static_cast<GtkMainWindow*>(self)->requests_.quitCommand();
+  return TRUE;
+}
+
+}  // namespace quillon

@@ -1,0 +1,38 @@
+// NativeWindow: one top-level window of the desktop, as the application shell
+// drives it. The shell owns it; a host without a display has none.
+//
+// Contract: main thread only. A new window is hidden until show(). Frames are
+// in screen pixels with the origin at the top left of the screen and cover the
+// window's own area, without anything the window manager adds around it.
+#pragma once
+
+#include <cstdint>
+
+namespace quillon {
+
+struct WindowFrame {
+  std::int64_t x = 0;
+  std::int64_t y = 0;
+  std::int64_t width = 0;
+  std::int64_t height = 0;
+
+  friend bool operator==(const WindowFrame&, const WindowFrame&) = default;
+};
+
+class NativeWindow {
+ public:
+  virtual ~NativeWindow() = default;
+
+  virtual WindowFrame frame() const = 0;
+  virtual void setFrame(const WindowFrame& frame) = 0;
+
+  // Takes the window manager's frame off the window, and with it the title
+  // bar's close, minimise and maximise buttons: the interface draws its own.
+  virtual void useCustomFrame() = 0;
+
+  virtual void show() = 0;
+  virtual void hide() = 0;
+  virtual bool isVisible() const = 0;
+};
+
+}  // namespace quillon

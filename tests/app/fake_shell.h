@@ -1,0 +1,109 @@
+// Fakes of the shell's platform pieces: a native window that keeps its state
+// in memory, a main loop that records quits, and an engine over a fake
+// messenger that the test keeps a view of, and the catalogue's services over
+// a described bundle.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "app/main_flutter_window.h"
+#include "app/view_engine.h"
+#include "bundle/assembly_data.h"
+#include "platform/main_loop.h"
+#include "platform/native_window.h"
+#include "platform/url_opener.h"
+#include "tests/app/fake_messenger.h"
+#include "tests/bundle/fake_bundle.h"
+#include "tests/identity/fake_identity_platform.h"
+#include "tests/support/capturing_diagnostics.h"
+#include "tests/window/fake_desktop.h"
+
+namespace quillon::testing {
+
+class FakeNativeWindow final : public NativeWindow {
+ public:
+  struct State {
+    WindowFrame frame;
+    std::vector<WindowFrame> framesSet;
+    bool customFrame = false;
+    bool visible = false;
+  };
+
+  explicit FakeNativeWindow(std::shared_ptr<State> state) : state_(std::move(state)) {}
+
+  WindowFrame frame() const override { return state_->frame; }
+  void setFrame(const WindowFrame& frame) override {
+    state_->frame = frame;
+    state_->framesSet.push_back(frame);
+  }
+  void useCustomFrame() override { state_->customFrame = true; }
+  void show() override { state_->visible = true; }
+  void hide() override { state_->visible = false; }
+  bool isVisible() const override { return state_->visible; }
+
+ private:
+  std::shared_ptr<State> state_;
+};
+
+class FakeMainLoop final : public MainLoop {
+ public:
+  int run() override { return quits.empty() ? -1 : quits.front(); }
+  void quit(int status) override { quits.push_back(status); }
+
+  std::vector<int> quits;
+};
+
+class FakeEngine final : public ViewEngine {
+ public:
+  explicit FakeEngine(FakeMessenger& messenger) : messenger_(messenger) {}
+  BinaryMessenger& binaryMessenger() override { return messenger_; }
+
+ private:
+  FakeMessenger& messenger_;
+};
+
+// A desktop that opens the URLs of the schemes it is given, and keeps them.
+class FakeUrlOpener final : public UrlOpener {
+ public:
+  bool canOpen(const std::string& url) const override { return schemes.contains(url.substr(0, url.find(':'))); }
+  std::optional<std::string> open(const std::string& url) override {
+    if (!canOpen(url)) return "no application for " + url;
+    opened.push_back(url);
+    return std::nullopt;
+  }
+
+  std::set<std::string> schemes;
+  std::vector<std::string> opened;
+};
+
+// The services of the catalogue over a bundle whose executable is kExecutable,
+// and the desktop services of the plug-ins.
+struct FakeHostServices {
+  static constexpr const char* kExecutable = "/opt/quillon/quillon-host";
+
+  FakeHostServices() {
+    bundle.executable = kExecutable;
+  }
+  FakeHostServices(const FakeHostServices&) = delete;
+  FakeHostServices& operator=(const FakeHostServices&) = delete;
+
+  MainFlutterWindow::ServicesFactory servicesFactory() {
+    return [this](std::function<ProcessManager&()> processManager) {
+      return CommandServices{std::move(processManager), desktop.services, identity.services, environment};
+    };
+  }
+
+  FakeBundle bundle;
+  FakeFiles files;
+  CapturingDiagnostics diagnostics;
+  BundleEnvironment environment{bundle, files, diagnostics};
+  FakeDesktop desktop;
+  FakeIdentityPlatform identity;
+  FakeUrlOpener urls;
+};
+
+}  // namespace quillon::testing
