@@ -4,12 +4,10 @@
 
 #include <filesystem>
 
-#include "channel/channel_names.h"
 #include "platform/linux/linux_hardware_identity.h"
 #include "platform/linux/sysfs_network_interfaces.h"
 #include "tests/identity/test_certificates.h"
-#include "tests/support/host_process.h"
-#include "tools/link_client.h"
+#include "tests/support/catalogue_end_to_end_test.h"
 
 namespace quillon {
 namespace {
@@ -17,39 +15,19 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-class SslEndToEndTest : public ::testing::Test {
+using testing::argumentMap;
+
+class SslEndToEndTest : public testing::CatalogueEndToEndTest {
  protected:
-  void SetUp() override {
-    host_.start();
-    ASSERT_TRUE(host_.waitReady()) << host_.errorOutput();
-    std::string error;
-    client_ = LinkClient::connect(host_.socketPath(), &error);
-    ASSERT_TRUE(client_) << error;
-  }
-
-  ChannelReply call(const std::string& method, ChannelValue arguments = {}) {
-    std::string error;
-    auto reply = client_->call(kNativeCommandChannel, MethodCall{method, std::move(arguments)}, 20s, &error);
-    EXPECT_TRUE(reply) << error;
-    return reply.value_or(ChannelReply::error("TEST", error));
-  }
-  static ChannelValue map(std::vector<std::pair<std::string, ChannelValue>> entries) {
-    ChannelMap result;
-    for (auto& [key, value] : entries) result.set(ChannelValue(key), std::move(value));
-    return result;
-  }
   ChannelReply check(const std::string& subject, const std::string& date) {
-    return call("ssl::isCertificateAvailable", map({{"subject", subject}, {"expirationDate", date}}));
+    return call("ssl::isCertificateAvailable", argumentMap({{"subject", subject}, {"expirationDate", date}}));
   }
-
-  testing::HostProcess host_{{}};
-  std::unique_ptr<LinkClient> client_;
 };
 
 TEST_F(SslEndToEndTest, AddThenCheckAroundTheEndOfValidity) {
   const std::string certificate = testing::base64Of(testing::makeCertificate("/CN=Quillon Gateway", "20300102000000Z"));
-  EXPECT_EQ(call("ssl::addCertificate", map({{"certificate", certificate}})), ChannelReply::success(true));
-  EXPECT_EQ(call("ssl::addCertificate", map({{"certificate", certificate}})), ChannelReply::success(false));
+  EXPECT_EQ(call("ssl::addCertificate", argumentMap({{"certificate", certificate}})), ChannelReply::success(true));
+  EXPECT_EQ(call("ssl::addCertificate", argumentMap({{"certificate", certificate}})), ChannelReply::success(false));
   EXPECT_EQ(check("Quillon Gateway", "2030-01-01T23:59:59Z"), ChannelReply::success(true));
   EXPECT_EQ(check("Quillon Gateway", "2030-01-02T01:00:00+01:00"), ChannelReply::success(false));
   EXPECT_EQ(check("Quillon Gateway", "2030-01-02T00:00:01Z"), ChannelReply::success(false));
@@ -70,12 +48,12 @@ TEST_F(SslEndToEndTest, ArgumentFailuresAnswerTheirMessages) {
                            "2025-03-31T24:00:00Z"}) {
     EXPECT_EQ(check("x", date), subjectAndDate) << date;
   }
-  EXPECT_EQ(call("ssl::isCertificateAvailable", map({{"subject", "x"}})), subjectAndDate);
+  EXPECT_EQ(call("ssl::isCertificateAvailable", argumentMap({{"subject", "x"}})), subjectAndDate);
   const auto certificate = ChannelReply::error("INVALID_ARGUMENT", "Expected certificate");
   EXPECT_EQ(call("ssl::addCertificate"), certificate);
   EXPECT_EQ(call("ssl::addCertificate", ChannelList{}), certificate);
-  EXPECT_EQ(call("ssl::addCertificate", map({{"certificate", std::int64_t{3}}})), certificate);
-  EXPECT_EQ(call("ssl::addCertificate", map({{"certificate", "not base64"}})), ChannelReply::success(false));
+  EXPECT_EQ(call("ssl::addCertificate", argumentMap({{"certificate", std::int64_t{3}}})), certificate);
+  EXPECT_EQ(call("ssl::addCertificate", argumentMap({{"certificate", "not base64"}})), ChannelReply::success(false));
 }
 
 TEST_F(SslEndToEndTest, IdentityOfThisMachine) {

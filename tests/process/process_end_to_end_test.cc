@@ -4,44 +4,21 @@
 
 #include <algorithm>
 
-#include "channel/channel_names.h"
 #include "tests/process/sleeping_child.h"
-#include "tests/support/host_process.h"
-#include "tools/link_client.h"
+#include "tests/support/catalogue_end_to_end_test.h"
 
 namespace quillon {
 namespace {
 
 using namespace std::chrono_literals;
 
-class ProcessEndToEndTest : public ::testing::Test {
+class ProcessEndToEndTest : public testing::CatalogueEndToEndTest {
  protected:
-  void SetUp() override {
-    host.start();
-    ASSERT_TRUE(host.waitReady()) << host.errorOutput();
-    std::string error;
-    client = LinkClient::connect(host.socketPath(), &error);
-    ASSERT_TRUE(client) << error;
-  }
+  // Without a display: no window list, so the title lookup says so.
+  ProcessEndToEndTest() : CatalogueEndToEndTest({.headless = true}) {}
 
-  ChannelReply call(const std::string& method, ChannelValue arguments = {}) {
-    std::string error;
-    auto reply = client->call(kNativeCommandChannel, MethodCall{method, std::move(arguments)}, 20s, &error);
-    EXPECT_TRUE(reply) << error;
-    return reply.value_or(ChannelReply::error("TEST", error));
-  }
-
-  static ChannelValue withProcessId(std::int64_t id) {
-    ChannelMap map;
-    map.set("processId", id);
-    return map;
-  }
-
-  static ChannelValue withName(std::string name) {
-    ChannelMap map;
-    map.set("name", std::move(name));
-    return map;
-  }
+  static ChannelValue withProcessId(std::int64_t id) { return testing::argumentMap({{"processId", id}}); }
+  static ChannelValue withName(const std::string& name) { return testing::argumentMap({{"name", name}}); }
 
   // The integers of a list answer, whichever width the codec chose for each.
   static std::vector<std::int64_t> integers(const ChannelReply& reply) {
@@ -60,9 +37,6 @@ class ProcessEndToEndTest : public ::testing::Test {
     return std::find(values.begin(), values.end(), id) != values.end();
   }
 
-  // Without a display: no window list, so the title lookup says so.
-  testing::HostProcess host{{.headless = true}};
-  std::unique_ptr<LinkClient> client;
 };
 
 TEST_F(ProcessEndToEndTest, EachCommandAnswersAboutRealProcesses) {
@@ -88,8 +62,8 @@ TEST_F(ProcessEndToEndTest, EachCommandAnswersAboutRealProcesses) {
   EXPECT_EQ(child.reap(), SIGKILL);
   EXPECT_EQ(call("process::closeWindow", withProcessId(id)), ChannelReply::success(false));
 
-  EXPECT_EQ(host.stop(), 0);
-  EXPECT_EQ(host.output(), "Error: Could not retrieve window list from Core Graphics.\n");
+  EXPECT_EQ(host_.stop(), 0);
+  EXPECT_EQ(host_.output(), "Error: Could not retrieve window list from Core Graphics.\n");
 }
 
 TEST_F(ProcessEndToEndTest, FailedChecksAnswerTheirMessageWithNullDetails) {

@@ -2,49 +2,29 @@
 // X display in DISPLAY.
 #include <gtest/gtest.h>
 
-#include "channel/channel_names.h"
 #include "platform/linux/x11_window_list.h"
-#include "tests/support/host_process.h"
+#include "tests/support/catalogue_end_to_end_test.h"
 #include "tests/window/desktop_support.h"
-#include "tools/link_client.h"
 
 namespace quillon {
 namespace {
 
 using namespace std::chrono_literals;
 
-ChannelValue map(std::initializer_list<std::pair<const char*, ChannelValue>> entries) {
-  ChannelMap result;
-  for (const auto& [key, value] : entries) result.set(key, value);
-  return result;
-}
+using testing::argumentMap;
 
-class WindowEndToEndTest : public ::testing::Test {
+class WindowEndToEndTest : public testing::CatalogueEndToEndTest {
  protected:
   void SetUp() override {
     ASSERT_NE(std::getenv("DISPLAY"), nullptr) << "run under scripts/with-desktop";
-    host_.start();
-    ASSERT_TRUE(host_.waitReady()) << host_.errorOutput();
-    std::string error;
-    client_ = LinkClient::connect(host_.socketPath(), &error);
-    ASSERT_TRUE(client_) << error;
+    CatalogueEndToEndTest::SetUp();
   }
-
-  ChannelReply call(const std::string& method, ChannelValue arguments = {}) {
-    std::string error;
-    auto reply = client_->call(kNativeCommandChannel, MethodCall{method, std::move(arguments)}, 20s, &error);
-    EXPECT_TRUE(reply) << error;
-    return reply.value_or(ChannelReply::error("TEST", error));
-  }
-
-  testing::HostProcess host_{{}};
-  std::unique_ptr<LinkClient> client_;
 };
 
 TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesAndTitles) {
   // Integers that fit 32 bits travel as 32-bit values.
   EXPECT_EQ(call("window::getScreenBounds"),
-            ChannelReply::success(map({{"width", std::int32_t{1280}}, {"height", std::int32_t{1024}}})));
+            ChannelReply::success(argumentMap({{"width", std::int32_t{1280}}, {"height", std::int32_t{1024}}})));
   const ChannelReply workArea = call("window::getScreenWorkingAreaDimensions");
   ASSERT_TRUE(workArea.isSuccess()) << describe(workArea.value());
   EXPECT_EQ(workArea.value().get<ChannelMap>().find(std::string_view("width"))->asInteger(), 1280);
@@ -57,22 +37,22 @@ TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesAndTitles) {
     }
     return false;
   }));
-  const ChannelReply rect = call("window::getWindowRect", map({{"processId", std::int64_t{client.pid()}}}));
+  const ChannelReply rect = call("window::getWindowRect", argumentMap({{"processId", std::int64_t{client.pid()}}}));
   ASSERT_TRUE(rect.isSuccess());
   const ChannelMap& values = rect.value().get<ChannelMap>();
   EXPECT_EQ(values.find(std::string_view("left"))->asInteger(), 100);
   EXPECT_EQ(values.find(std::string_view("top"))->asInteger(), 150);
   // The process services read the same window list.
-  EXPECT_EQ(call("process::getMainWindowTitle", map({{"processId", std::int64_t{client.pid()}}})),
+  EXPECT_EQ(call("process::getMainWindowTitle", argumentMap({{"processId", std::int64_t{client.pid()}}})),
             ChannelReply::success("Remote desktop"));
-  EXPECT_EQ(call("window::getWindowRect", map({{"windowHandle", std::int64_t{1}}})),
+  EXPECT_EQ(call("window::getWindowRect", argumentMap({{"windowHandle", std::int64_t{1}}})),
             ChannelReply::error("INVALID_ARGUMENT", "Expected windowHandle"));
-  EXPECT_EQ(call("window::showWindow", map({{"windowHandle", std::int64_t{1}}, {"command", std::int64_t{1}}})),
+  EXPECT_EQ(call("window::showWindow", argumentMap({{"windowHandle", std::int64_t{1}}, {"command", std::int64_t{1}}})),
             ChannelReply::success(false));
 }
 
 TEST_F(WindowEndToEndTest, ShowAlertAnswersNullAndTheHostShowsItUntilItsTimeout) {
-  EXPECT_EQ(call("window::showAlert", map({{"title", "Update"}, {"message", "Done."}, {"timeout", std::int64_t{1}}})),
+  EXPECT_EQ(call("window::showAlert", argumentMap({{"title", "Update"}, {"message", "Done."}, {"timeout", std::int64_t{1}}})),
             ChannelReply::success());
   X11WindowList list;
   const auto alertShown = [&] {
