@@ -1,6 +1,7 @@
-// Keychain: the user's certificate store. Certificates are looked up by their
-// label and added, never removed. Each request is complete in itself: nothing
-// stays open between calls.
+// Keychain: the user's certificate store, shared with the other programs of the
+// user. Certificates are looked up by their label and added, never removed.
+// Each request sees the store as it is at that moment, changes made by other
+// programs included.
 #pragma once
 
 #include <cstdint>

@@ -7,7 +7,6 @@
 #include <limits>
 
 #include "platform/linux/nss_labels.h"
-#include "platform/linux/nss_session.h"
 
 namespace quillon {
 
@@ -29,9 +28,16 @@ std::string NssKeychain::userDatabaseDirectory() {
   return std::string(home) + "/.pki/nssdb";
 }
 
+NssSession* NssKeychain::sessionFor(NssSession::Access access) const {
+  if (session_ && session_->access() >= access) return session_.get();
+  session_.reset();
+  session_ = NssSession::open(databaseDirectory_, access);
+  return session_.get();
+}
+
 std::optional<Certificate> NssKeychain::makeCertificate(const std::vector<std::uint8_t>& der) const {
   if (der.empty() || der.size() > std::numeric_limits<unsigned int>::max()) return std::nullopt;
-  const auto session = NssSession::open({}, NssSession::Access::kNoDatabase);
+  NssSession* session = sessionFor(NssSession::Access::kNoDatabase);
   if (!session) return std::nullopt;
   SECItem item = itemOf(der);
   const NssCertificate decoded(
@@ -42,7 +48,7 @@ std::optional<Certificate> NssKeychain::makeCertificate(const std::vector<std::u
 }
 
 SearchResult NssKeychain::copyMatching(const SearchRequest& request) {
-  const auto session = NssSession::open(databaseDirectory_, NssSession::Access::kReadOnly);
+  NssSession* session = sessionFor(NssSession::Access::kReadOnly);
   if (!session) return {KeychainStatus::kUnavailable, std::nullopt};
   const NssCertificate found = findCertificateByLabel(*session, request.label);
   if (!found) return {KeychainStatus::kItemNotFound, std::nullopt};
@@ -51,7 +57,7 @@ SearchResult NssKeychain::copyMatching(const SearchRequest& request) {
 }
 
 KeychainStatus NssKeychain::add(const AddRequest& request) {
-  const auto session = NssSession::open(databaseDirectory_, NssSession::Access::kReadWrite);
+  NssSession* session = sessionFor(NssSession::Access::kReadWrite);
   if (!session) return KeychainStatus::kUnavailable;
   SECItem item = itemOf(request.value.der());
   // NSS answers success for a certificate it already holds; the keychain calls

@@ -1,6 +1,5 @@
 #include "platform/linux/nss_session.h"
 
-#include <dlfcn.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -28,26 +27,10 @@ std::uint32_t flagsFor(NssSession::Access access) {
   return flags;
 }
 
-// NSS loads its software token and the crypto library under it at every
-// initialisation and unloads them at every shutdown, which costs about half of
-// a short request (the libraries' start-up self-tests run again each time).
-// Keeping the two libraries mapped for the life of the process keeps no NSS
-// state at all: the database is still opened and closed by each session.
-void keepTokenLibrariesLoaded() {
-  static const bool loaded = [] {
-    for (const char* library : {"libsoftokn3.so", "libfreeblpriv3.so"}) {
-      ::dlopen(library, RTLD_LAZY | RTLD_NODELETE);
-    }
-    return true;
-  }();
-  static_cast<void>(loaded);
-}
-
 }  // namespace
 
 std::unique_ptr<NssSession> NssSession::open(const std::string& directory, Access access) {
   if (access == Access::kReadWrite && !makeDirectories(directory)) return nullptr;
-  keepTokenLibrariesLoaded();
   const std::string configuration = access == Access::kNoDatabase ? std::string() : "sql:" + directory;
   NSSInitContext* context =
       NSS_InitContext(configuration.c_str(), "", "", "", nullptr, flagsFor(access));
@@ -59,7 +42,7 @@ std::unique_ptr<NssSession> NssSession::open(const std::string& directory, Acces
   }
   // A new database gets an empty password, so that it never asks for one.
   if (access == Access::kReadWrite && PK11_NeedUserInit(slot.get())) PK11_InitPin(slot.get(), nullptr, "");
-  return std::unique_ptr<NssSession>(new NssSession(context, std::move(slot)));
+  return std::unique_ptr<NssSession>(new NssSession(context, std::move(slot), access));
 }
 
 NssSession::~NssSession() {

@@ -1,9 +1,9 @@
-// NssSession: one opening of an NSS certificate database, for the length of one
-// keychain request. Opening initialises NSS for this session alone; closing
-// (the destructor) shuts it down, which also closes the database files, so the
-// database is never left open or locked between requests. Every NSS object of
-// the request must be freed before its session ends: declare the session first
-// so that C++ destroys it last. Sessions must not overlap in time.
+// NssSession: one opening of an NSS certificate database. Opening initialises
+// NSS for this session; closing (the destructor) shuts it down and closes the
+// database files. Every NSS object made in a session must be freed before the
+// session ends. Sessions must not overlap in time: NSS answers every lookup
+// from the token of the first database opened, so a second open database
+// would go unseen.
 #pragma once
 
 #include <cert.h>
@@ -35,6 +35,8 @@ using NssString = std::unique_ptr<char, NssStringDeleter>;
 
 class NssSession {
  public:
+  // In increasing order: a session opened for one access serves the ones
+  // before it too.
   enum class Access {
     kNoDatabase,  // decoding only
     kReadOnly,    // lookups: an absent database stays absent
@@ -48,15 +50,18 @@ class NssSession {
   NssSession& operator=(const NssSession&) = delete;
   ~NssSession();
 
+  Access access() const { return access_; }
   // The database's token (the internal key slot).
   PK11SlotInfo* slot() const { return slot_.get(); }
   CERTCertDBHandle* certificateDatabase() const { return CERT_GetDefaultCertDB(); }
 
  private:
-  NssSession(NSSInitContext* context, NssSlot slot) : context_(context), slot_(std::move(slot)) {}
+  NssSession(NSSInitContext* context, NssSlot slot, Access access)
+      : context_(context), slot_(std::move(slot)), access_(access) {}
 
   NSSInitContext* context_;
   NssSlot slot_;
+  Access access_;
 };
 
 }  // namespace quillon

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 #include "tests/identity/test_certificates.h"
 
@@ -23,6 +25,16 @@ class NssKeychainTest : public ::testing::Test {
     EXPECT_EQ(result.status == KeychainStatus::kSuccess, result.certificate.has_value());
     if (!result.certificate) return std::nullopt;
     return result.certificate->der();
+  }
+
+  // certutil, another program of the machine sharing the database while the
+  // keychain keeps it open: "-A" adds `der` as `label`, "-D" deletes `label`.
+  void certutil(const std::string& operation, const std::string& label, const std::vector<std::uint8_t>& der = {}) {
+    const std::string file = home.path() + "/shared.der";
+    std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(der.data()), std::ssize(der));
+    const std::string command = "certutil -d 'sql:" + database + "' " + operation + " -n '" + label + "'" +
+                                (operation == "-A" ? " -t ,, -i '" + file + "'" : "") + " >/dev/null 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0) << command;
   }
 
   testing::ScratchDirectory home;
@@ -50,6 +62,28 @@ TEST_F(NssKeychainTest, TheSameCertificateTwiceIsADuplicate) {
 TEST_F(NssKeychainTest, LookupOfAMissingDatabaseCreatesNothing) {
   EXPECT_EQ(find("anything"), std::nullopt);
   EXPECT_FALSE(std::filesystem::exists(database));
+}
+
+TEST_F(NssKeychainTest, LookupsSeeWhatOtherProgramsChangeWhileTheDatabaseIsOpen) {
+  const auto ours = testing::makeCertificate("/CN=ours");
+  const auto theirs = testing::makeCertificate("/CN=theirs");
+  EXPECT_EQ(add(ours), KeychainStatus::kSuccess);
+  EXPECT_EQ(find("theirs"), std::nullopt);
+  certutil("-A", "theirs", theirs);
+  EXPECT_EQ(find("theirs"), theirs);
+  certutil("-D", "ours");
+  EXPECT_EQ(find("ours"), std::nullopt);
+  EXPECT_EQ(add(ours), KeychainStatus::kSuccess);
+  EXPECT_EQ(find("ours"), ours);
+}
+
+TEST_F(NssKeychainTest, ADatabaseFirstOpenedForLookupsTakesAdditions) {
+  ASSERT_EQ(std::system(("mkdir -p '" + database + "' && certutil -N --empty-password -d 'sql:" + database + "'").c_str()), 0);
+  const auto der = testing::makeCertificate("/CN=later");
+  EXPECT_EQ(find("later"), std::nullopt);
+  EXPECT_EQ(add(der), KeychainStatus::kSuccess);
+  EXPECT_EQ(find("later"), der);
+  EXPECT_EQ(add(der), KeychainStatus::kDuplicateItem);
 }
 
 TEST_F(NssKeychainTest, LabelsWithAColonAreFound) {
