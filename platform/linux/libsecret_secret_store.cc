@@ -69,33 +69,33 @@ LibsecretSecretStore::~LibsecretSecretStore() { g_cancellable_cancel(cancellable
 void LibsecretSecretStore::store(const std::string& key, const std::string& value, Completion<Done> done) {
   const std::string label = kLabelPrefix + key;
   g_autoptr(SecretValue) secret = secretValueOf(value);
-  secret_password_store_binary(&kSchema, SECRET_COLLECTION_DEFAULT, label.c_str(), secret, cancellable_.get(),
-                               onStored, DoneOperation::start(cancellable_.get(), std::move(done)), kKeyAttribute,
-                               key.c_str(), nullptr);
+  gpointer operation = DoneOperation::start(cancellable_.get(), std::move(done));
+  secret_password_store_binary(&kSchema, SECRET_COLLECTION_DEFAULT, label.c_str(), secret, cancellable_.get(), onStored,
+                               operation, kKeyAttribute, key.c_str(), nullptr);
 }
 
 void LibsecretSecretStore::lookup(const std::string& key, Completion<std::optional<std::string>> done) {
-  secret_password_lookup(&kSchema, cancellable_.get(), onLookedUp,
-                         LookupOperation::start(cancellable_.get(), std::move(done)), kKeyAttribute, key.c_str(),
-                         nullptr);
+  gpointer operation = LookupOperation::start(cancellable_.get(), std::move(done));
+  secret_password_lookup(&kSchema, cancellable_.get(), onLookedUp, operation, kKeyAttribute, key.c_str(), nullptr);
 }
 
 void LibsecretSecretStore::remove(const std::string& key, Completion<Done> done) {
-  secret_password_clear(&kSchema, cancellable_.get(), onCleared, DoneOperation::start(cancellable_.get(), std::move(done)),
-                        kKeyAttribute, key.c_str(), nullptr);
+  gpointer operation = DoneOperation::start(cancellable_.get(), std::move(done));
+  secret_password_clear(&kSchema, cancellable_.get(), onCleared, operation, kKeyAttribute, key.c_str(), nullptr);
 }
 
 void LibsecretSecretStore::list(Completion<Entries> done) {
   // Loading the secrets with the search saves a call to the service per item.
-  const auto flags = static_cast<SecretSearchFlags>(SECRET_SEARCH_ALL | SECRET_SEARCH_UNLOCK | SECRET_SEARCH_LOAD_SECRETS);
-  secret_password_search(&kSchema, flags, cancellable_.get(), onFound,
-                         LibsecretOperation<Entries>::start(cancellable_.get(), std::move(done)), nullptr);
+  constexpr auto kFlags =
+      static_cast<SecretSearchFlags>(SECRET_SEARCH_ALL | SECRET_SEARCH_UNLOCK | SECRET_SEARCH_LOAD_SECRETS);
+  gpointer operation = LibsecretOperation<Entries>::start(cancellable_.get(), std::move(done));
+  secret_password_search(&kSchema, kFlags, cancellable_.get(), onFound, operation, nullptr);
 }
 
 // With no attribute to match, every item of the schema goes, and only those.
 void LibsecretSecretStore::removeAll(Completion<Done> done) {
-  secret_password_clear(&kSchema, cancellable_.get(), onCleared, DoneOperation::start(cancellable_.get(), std::move(done)),
-                        nullptr);
+  gpointer operation = DoneOperation::start(cancellable_.get(), std::move(done));
+  secret_password_clear(&kSchema, cancellable_.get(), onCleared, operation, nullptr);
 }
 
 }  // namespace quillon

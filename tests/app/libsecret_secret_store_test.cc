@@ -35,14 +35,18 @@ SecretSchema schemaNamed(const char* name) {
 const SecretSchema kApplicationSchema = schemaNamed("app.quillon.SecureStorage");
 const SecretSchema kOtherSchema = schemaNamed("app.quillon.SomeOtherApplication");
 
+void keepResult(GObject*, GAsyncResult* result, gpointer kept) {
+  *static_cast<GAsyncResult**>(kept) = G_ASYNC_RESULT(g_object_ref(result));
+}
+
 // Runs one of libsecret's own asynchronous calls to its end; the result to
-// finish it with, owned by the caller, or none in time.
+// finish it with, owned by the caller, or none in time. Then the slot is left
+// to the late answer, which would otherwise write into a gone stack frame.
 GAsyncResult* awaitCall(const std::function<void(GAsyncReadyCallback, gpointer)>& start) {
-  GAsyncResult* result = nullptr;
-  start([](GObject*, GAsyncResult* done, gpointer data) { *static_cast<GAsyncResult**>(data) = G_ASYNC_RESULT(g_object_ref(done)); },
-        &result);
-  iterateUntil([&] { return result != nullptr; }, kSecretStoreTimeout);
-  return result;
+  auto slot = std::make_unique<GAsyncResult*>(nullptr);
+  start(keepResult, slot.get());
+  if (!iterateUntil([&] { return *slot != nullptr; }, kSecretStoreTimeout)) slot.release();
+  return slot ? *slot : nullptr;
 }
 
 class LibsecretSecretStoreTest : public ::testing::Test {
@@ -153,7 +157,7 @@ TEST_F(LibsecretSecretStoreTest, ItemsCarryTheApplicationsSchemaAndALabelNamingT
   ASSERT_NE(result, nullptr);
   g_autoptr(GError) error = nullptr;
   const std::unique_ptr<GList, void (*)(GList*)> items(secret_password_search_finish(result, &error),
-                                                        [](GList* list) { g_list_free_full(list, g_object_unref); });
+                                                       [](GList* list) { g_list_free_full(list, g_object_unref); });
   ASSERT_EQ(g_list_length(items.get()), 1u);
   g_autofree gchar* label = secret_retrievable_get_label(SECRET_RETRIEVABLE(items->data));
   EXPECT_STREQ(label, "QUILLON Remote App: session");
