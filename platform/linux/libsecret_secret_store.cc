@@ -27,10 +27,13 @@ const SecretSchema kSchema = makeSchema();
 using DoneOperation = LibsecretOperation<SecretStore::Done>;
 using LookupOperation = LibsecretOperation<std::optional<std::string>>;
 
-void onStored(GObject*, GAsyncResult* result, gpointer data) {
+// Storing and clearing succeed unless there is an error: clearing nothing
+// answers false without one.
+template <gboolean (*finish)(GAsyncResult*, GError**)>
+void onDone(GObject*, GAsyncResult* result, gpointer data) {
   const auto operation = DoneOperation::resume(data);
   g_autoptr(GError) error = nullptr;
-  secret_password_store_finish(result, &error);
+  finish(result, &error);
   if (error != nullptr) return operation->complete(failureOf(error));
   operation->complete(SecretStore::Done{});
 }
@@ -41,15 +44,6 @@ void onLookedUp(GObject*, GAsyncResult* result, gpointer data) {
   g_autoptr(SecretValue) value = secret_password_lookup_binary_finish(result, &error);
   if (error != nullptr) return operation->complete(failureOf(error));
   operation->complete(value != nullptr ? std::optional(textOf(value)) : std::nullopt);
-}
-
-// Clearing nothing is no failure: libsecret answers false without an error.
-void onCleared(GObject*, GAsyncResult* result, gpointer data) {
-  const auto operation = DoneOperation::resume(data);
-  g_autoptr(GError) error = nullptr;
-  secret_password_clear_finish(result, &error);
-  if (error != nullptr) return operation->complete(failureOf(error));
-  operation->complete(SecretStore::Done{});
 }
 
 void onFound(GObject*, GAsyncResult* result, gpointer data) {
@@ -70,8 +64,8 @@ void LibsecretSecretStore::store(const std::string& key, const std::string& valu
   const std::string label = kLabelPrefix + key;
   g_autoptr(SecretValue) secret = secretValueOf(value);
   gpointer operation = DoneOperation::start(cancellable_.get(), std::move(done));
-  secret_password_store_binary(&kSchema, SECRET_COLLECTION_DEFAULT, label.c_str(), secret, cancellable_.get(), onStored,
-                               operation, kKeyAttribute, key.c_str(), nullptr);
+  secret_password_store_binary(&kSchema, SECRET_COLLECTION_DEFAULT, label.c_str(), secret, cancellable_.get(),
+                               onDone<secret_password_store_finish>, operation, kKeyAttribute, key.c_str(), nullptr);
 }
 
 void LibsecretSecretStore::lookup(const std::string& key, Completion<std::optional<std::string>> done) {
@@ -81,7 +75,8 @@ void LibsecretSecretStore::lookup(const std::string& key, Completion<std::option
 
 void LibsecretSecretStore::remove(const std::string& key, Completion<Done> done) {
   gpointer operation = DoneOperation::start(cancellable_.get(), std::move(done));
-  secret_password_clear(&kSchema, cancellable_.get(), onCleared, operation, kKeyAttribute, key.c_str(), nullptr);
+  secret_password_clear(&kSchema, cancellable_.get(), onDone<secret_password_clear_finish>, operation, kKeyAttribute,
+                        key.c_str(), nullptr);
 }
 
 void LibsecretSecretStore::list(Completion<Entries> done) {
@@ -95,7 +90,7 @@ void LibsecretSecretStore::list(Completion<Entries> done) {
 // With no attribute to match, every item of the schema goes, and only those.
 void LibsecretSecretStore::removeAll(Completion<Done> done) {
   gpointer operation = DoneOperation::start(cancellable_.get(), std::move(done));
-  secret_password_clear(&kSchema, cancellable_.get(), onCleared, operation, nullptr);
+  secret_password_clear(&kSchema, cancellable_.get(), onDone<secret_password_clear_finish>, operation, nullptr);
 }
 
 }  // namespace quillon
