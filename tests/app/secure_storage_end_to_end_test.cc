@@ -41,7 +41,7 @@ TEST_F(SecureStorageEndToEndTest, TheInterfacesSecretsGoToTheKeyringAndComeBack)
   EXPECT_EQ(call("containsKey", keyed("device")), ChannelReply::success(false));
   EXPECT_EQ(call("deleteAll", argumentMap({{"options", options}})), ChannelReply::success());
   EXPECT_EQ(call("read", keyed("refresh")), ChannelReply::success());
-  EXPECT_TRUE(running(*host_));
+  EXPECT_EQ(host_->stop(), 0) << host_->errorOutput();
 }
 
 }  // namespace
