@@ -16,8 +16,8 @@
 #include "app/host_services.h"
 #include "app/main_flutter_window.h"
 #include "platform/linux/gio_url_opener.h"
-#include "platform/linux/libsecret_secret_store.h"
 #include "platform/linux/glib_main_loop.h"
+#include "platform/linux/libsecret_secret_store.h"
 
 namespace quillon {
 
