@@ -12,7 +12,7 @@ PluginRegistrar FlutterViewController::registrarForPlugin(std::string_view plugi
     std::abort();
   }
   registeredPlugins_.emplace_back(pluginName);
-  return PluginRegistrar(engine_->binaryMessenger(), *window_, urlOpener_);
+  return PluginRegistrar(engine_->binaryMessenger(), *window_, services_);
 }
 
 }  // namespace quillon

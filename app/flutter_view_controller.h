@@ -19,8 +19,8 @@ namespace quillon {
 
 class FlutterViewController final : public PluginRegistry {
  public:
-  FlutterViewController(std::unique_ptr<ViewEngine> engine, UrlOpener& urlOpener)
-      : engine_(std::move(engine)), urlOpener_(urlOpener) {}
+  FlutterViewController(std::unique_ptr<ViewEngine> engine, PluginServices services)
+      : engine_(std::move(engine)), services_(services) {}
   FlutterViewController(const FlutterViewController&) = delete;
   FlutterViewController& operator=(const FlutterViewController&) = delete;
 
@@ -36,7 +36,7 @@ class FlutterViewController final : public PluginRegistry {
 
  private:
   std::unique_ptr<ViewEngine> engine_;
-  UrlOpener& urlOpener_;
+  PluginServices services_;
   BitsdojoWindow* window_ = nullptr;
   std::vector<std::string> registeredPlugins_;
 };

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "app/plugins/bitsdojo_window_plugin.h"
+#include "app/plugins/flutter_secure_storage_plugin.h"
 #include "app/plugins/registration_only_plugins.h"
 #include "app/plugins/url_launcher_plugin.h"
 
@@ -12,7 +13,7 @@ std::span<const PluginEntry> generatedPlugins() {
   static constexpr std::array kPlugins{
       PluginEntry{"BitsdojoWindowPlugin", &BitsdojoWindowPlugin::registerWith},
       PluginEntry{"ConnectivityPlusPlugin", &registerWithoutNativeHalf},
-      PluginEntry{"FlutterSecureStoragePlugin", &registerWithoutNativeHalf},
+      PluginEntry{"FlutterSecureStoragePlugin", &FlutterSecureStoragePlugin::registerWith},
       PluginEntry{"FPPPackageInfoPlusPlugin", &registerWithoutNativeHalf},
       PluginEntry{"PathProviderPlugin", &registerWithoutNativeHalf},
       PluginEntry{"UrlLauncherPlugin", &UrlLauncherPlugin::registerWith},

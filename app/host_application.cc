@@ -27,7 +27,7 @@ int HostApplication::run() {
                                [this](std::function<ProcessManager&()> processManager) {
                                  return services_.commandServices(std::move(processManager));
                                },
-                               urlOpener_,
+                               PluginServices{urlOpener_, secretStore_},
                            });
   application_.setMainFlutterWindow(&window);
   window.awakeFromNib();

@@ -17,6 +17,7 @@
 #include "app/main_flutter_window.h"
 #include "platform/linux/gio_url_opener.h"
 #include "platform/linux/glib_main_loop.h"
+#include "platform/linux/libsecret_secret_store.h"
 
 namespace quillon {
 
@@ -33,6 +34,7 @@ class HostApplication {
 
   HostServices services_;
   GioUrlOpener urlOpener_;
+  LibsecretSecretStore secretStore_;
   GlibMainLoop loop_;
   AppDelegate delegate_;
   Application application_{delegate_, loop_};

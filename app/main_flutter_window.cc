@@ -6,7 +6,7 @@ MainFlutterWindow::MainFlutterWindow(std::unique_ptr<NativeWindow> native, Setup
     : BitsdojoWindow(std::move(native)), setup_(std::move(setup)) {}
 
 void MainFlutterWindow::awakeFromNib() {
-  auto controller = std::make_unique<FlutterViewController>(std::move(setup_.engine), setup_.urlOpener);
+  auto controller = std::make_unique<FlutterViewController>(std::move(setup_.engine), setup_.pluginServices);
   const std::optional<WindowFrame> describedFrame = frame();
   setContentViewController(std::move(controller));
   // The view must not size the window: the description's frame holds.

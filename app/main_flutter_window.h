@@ -31,7 +31,7 @@ class MainFlutterWindow final : public BitsdojoWindow {
     std::unique_ptr<ViewEngine> engine;
     ProcessManagerFactory makeProcessManager;
     ServicesFactory commandServices;
-    UrlOpener& urlOpener;  // for the plug-ins; outlives the window
+    PluginServices pluginServices;  // outlive the window
     std::span<const PluginEntry> plugins = generatedPlugins();
   };
 

@@ -8,8 +8,8 @@
 
 #include <string_view>
 
+#include "app/plugin_services.h"
 #include "embedding/binary_messenger.h"
-#include "platform/url_opener.h"
 
 namespace quillon {
 
@@ -17,18 +17,18 @@ class BitsdojoWindow;
 
 class PluginRegistrar {
  public:
-  PluginRegistrar(BinaryMessenger& messenger, BitsdojoWindow& window, UrlOpener& urlOpener)
-      : messenger_(messenger), window_(window), urlOpener_(urlOpener) {}
+  PluginRegistrar(BinaryMessenger& messenger, BitsdojoWindow& window, PluginServices services)
+      : messenger_(messenger), window_(window), services_(services) {}
 
   BinaryMessenger& messenger() const { return messenger_; }
   // The window that hosts the view.
   BitsdojoWindow& window() const { return window_; }
-  UrlOpener& urlOpener() const { return urlOpener_; }
+  const PluginServices& services() const { return services_; }
 
  private:
   BinaryMessenger& messenger_;
   BitsdojoWindow& window_;
-  UrlOpener& urlOpener_;
+  PluginServices services_;
 };
 
 class PluginRegistry {

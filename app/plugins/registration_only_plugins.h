@@ -1,5 +1,5 @@
 // Plug-ins whose native half has nothing to do on this host yet: connectivity,
-// secure storage, package information and standard directories.
+// package information and standard directories.
 // They are registered under their names so that the registry holds the same
 // six plug-ins in the same order as on every desktop; until a native half
 // lands, calls on their channels find no handler and answer not-implemented,

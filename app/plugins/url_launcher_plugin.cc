@@ -31,7 +31,7 @@ void answerUrlCall(UrlOpener& urls, const MethodCall& call, ReplyCallback reply)
 
 void UrlLauncherPlugin::registerWith(const PluginRegistrar& registrar) {
   MethodChannel(registrar.messenger(), kChannel)
-      .setMethodCallHandler([&urls = registrar.urlOpener()](const MethodCall& call, ReplyCallback reply) {
+      .setMethodCallHandler([&urls = registrar.services().urls](const MethodCall& call, ReplyCallback reply) {
         answerUrlCall(urls, call, std::move(reply));
       });
 }

@@ -46,7 +46,7 @@ class CloseHandshakeTest : public ::testing::Test {
                                          std::make_unique<testing::FakeEngine>(messenger_),
                                          [] { return nullptr; },
                                          host_.servicesFactory(),
-                                         host_.urls,
+                                         host_.pluginServices(),
                                      }};
 };
 
@@ -113,7 +113,7 @@ TEST(AppDelegateTest, WithoutAnEngineRequestsAreRefusedSilently) {
   FakeMessenger messenger;
   MainFlutterWindow unwoken{nullptr, MainFlutterWindow::Setup{std::make_unique<testing::FakeEngine>(messenger),
                                                                [] { return nullptr; },
-                                                               host.servicesFactory(), host.urls}};
+                                                               host.servicesFactory(), host.pluginServices()}};
   for (MainFlutterWindow* window : {static_cast<MainFlutterWindow*>(nullptr), &unwoken}) {
     FakeMainLoop loop;
     AppDelegate delegate;

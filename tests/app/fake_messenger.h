@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,27 +39,39 @@ class FakeMessenger final : public BinaryMessenger {
 
   bool hasHandler(const std::string& channel) const { return handlers.contains(channel); }
 
-  // Delivers `call` as the interface would and answers the reply it got
-  // (not-implemented for the empty reply); fails the test unless it was
-  // answered exactly once, before the handler returned.
-  ChannelReply deliver(const std::string& channel, const MethodCall& call) {
-    std::vector<std::vector<std::uint8_t>> payloads;
-    BinaryReply reply([&payloads](std::vector<std::uint8_t> payload) { payloads.push_back(std::move(payload)); });
+  // Delivers `call` as the interface would; every answer it gets, whenever
+  // it comes, is decoded into the returned list (the empty reply as
+  // not-implemented).
+  std::shared_ptr<std::vector<ChannelReply>> post(const std::string& channel, const MethodCall& call) {
+    auto replies = std::make_shared<std::vector<ChannelReply>>();
+    BinaryReply reply([replies](std::vector<std::uint8_t> payload) { replies->push_back(decodeAnswer(payload)); });
     if (auto handler = handlers.find(channel); handler != handlers.end()) {
       handler->second(StandardCodec::encodeMethodCall(call), std::move(reply));
     } else {
       std::move(reply)({});
     }
-    EXPECT_EQ(payloads.size(), 1u) << call.method;
-    if (payloads.size() != 1 || payloads.front().empty()) return ChannelReply::notImplemented();
-    std::string error;
-    std::optional<ChannelReply> decoded = StandardCodec::decodeReply(payloads.front(), &error);
-    EXPECT_TRUE(decoded) << error;
-    return decoded ? *decoded : ChannelReply::error("TEST", "undecodable reply");
+    return replies;
+  }
+
+  // Delivers `call` and answers the reply it got; fails the test unless it
+  // was answered exactly once, before the handler returned.
+  ChannelReply deliver(const std::string& channel, const MethodCall& call) {
+    const auto replies = post(channel, call);
+    EXPECT_EQ(replies->size(), 1u) << call.method;
+    return replies->size() == 1 ? replies->front() : ChannelReply::notImplemented();
   }
 
   std::map<std::string, MessageHandler> handlers;
   std::vector<Sent> sent;
+
+ private:
+  static ChannelReply decodeAnswer(const std::vector<std::uint8_t>& payload) {
+    if (payload.empty()) return ChannelReply::notImplemented();
+    std::string error;
+    std::optional<ChannelReply> decoded = StandardCodec::decodeReply(payload, &error);
+    EXPECT_TRUE(decoded) << error;
+    return decoded ? *decoded : ChannelReply::error("TEST", "undecodable reply");
+  }
 };
 
 }  // namespace quillon::testing

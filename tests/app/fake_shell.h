@@ -1,13 +1,15 @@
 // Fakes of the shell's platform pieces: a native window that keeps its state
 // in memory, a main loop that records quits, and an engine over a fake
-// messenger that the test keeps a view of, and the catalogue's services over
-// a described bundle.
+// messenger that the test keeps a view of, the catalogue's services over
+// a described bundle, and the plug-ins' desktop services.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "app/main_flutter_window.h"
@@ -15,6 +17,7 @@
 #include "bundle/assembly_data.h"
 #include "platform/main_loop.h"
 #include "platform/native_window.h"
+#include "platform/secret_store.h"
 #include "platform/url_opener.h"
 #include "tests/app/fake_messenger.h"
 #include "tests/bundle/fake_bundle.h"
@@ -80,6 +83,68 @@ class FakeUrlOpener final : public UrlOpener {
   std::vector<std::string> opened;
 };
 
+// A keyring in memory. Operations complete at once; while `holding`, they
+// wait, in order, until completeHeld(), and take effect only then. With
+// `failure` set, an operation that completes fails with it and changes
+// nothing.
+class FakeSecretStore final : public SecretStore {
+ public:
+  void store(const std::string& key, const std::string& value, Completion<Done> done) override {
+    complete<Done>(
+        [this, key, value] {
+          secrets.insert_or_assign(key, value);
+          return Done{};
+        },
+        std::move(done));
+  }
+  void lookup(const std::string& key, Completion<std::optional<std::string>> done) override {
+    complete<std::optional<std::string>>(
+        [this, key] { return secrets.contains(key) ? std::optional(secrets.at(key)) : std::nullopt; }, std::move(done));
+  }
+  void remove(const std::string& key, Completion<Done> done) override {
+    complete<Done>(
+        [this, key] {
+          secrets.erase(key);
+          return Done{};
+        },
+        std::move(done));
+  }
+  void list(Completion<Entries> done) override {
+    complete<Entries>([this] { return secrets; }, std::move(done));
+  }
+  void removeAll(Completion<Done> done) override {
+    complete<Done>(
+        [this] {
+          secrets.clear();
+          return Done{};
+        },
+        std::move(done));
+  }
+
+  // Completes every held operation, in the order they came.
+  void completeHeld() {
+    for (auto& operation : std::exchange(held_, {})) operation();
+  }
+  std::size_t heldCount() const { return held_.size(); }
+
+  Entries secrets;
+  std::optional<std::string> failure;
+  bool holding = false;
+
+ private:
+  template <typename T>
+  void complete(std::function<T()> effect, Completion<T> done) {
+    auto operation = [this, effect = std::move(effect), done = std::move(done)] {
+      if (failure) return done(Failure{*failure});
+      done(effect());
+    };
+    if (holding) return held_.push_back(std::move(operation));
+    operation();
+  }
+
+  std::vector<std::function<void()>> held_;
+};
+
 // The services of the catalogue over a bundle whose executable is kExecutable,
 // and the desktop services of the plug-ins.
 struct FakeHostServices {
@@ -104,6 +169,8 @@ struct FakeHostServices {
   FakeDesktop desktop;
   FakeIdentityPlatform identity;
   FakeUrlOpener urls;
+  FakeSecretStore secrets;
+  PluginServices pluginServices() { return {urls, secrets}; }
 };
 
 }  // namespace quillon::testing

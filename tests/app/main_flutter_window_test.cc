@@ -37,7 +37,7 @@ class MainWindowSetupTest : public ::testing::Test {
                                  return nullptr;
                                },
                                host_.servicesFactory(),
-                               host_.urls,
+                               host_.pluginServices(),
                                plugins,
                            });
   }

@@ -30,7 +30,7 @@ class UrlLauncherPluginTest : public ::testing::Test {
   FakeMessenger messenger_;
   MainFlutterWindow window_{nullptr, MainFlutterWindow::Setup{std::make_unique<testing::FakeEngine>(messenger_),
                                                                [] { return nullptr; }, host_.servicesFactory(),
-                                                               host_.urls}};
+                                                               host_.pluginServices()}};
 };
 
 TEST_F(UrlLauncherPluginTest, AnswersWhetherTheSchemeHasAnApplicationAndOpensOnlyOnLaunch) {

@@ -1,0 +1,99 @@
+#include "app/plugins/flutter_secure_storage_plugin.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "channel/command_arguments.h"
+#include "channel/command_replies.h"
+#include "embedding/method_channel.h"
+
+namespace quillon {
+namespace {
+
+using Done = SecretStore::Done;
+using Entries = SecretStore::Entries;
+using Value = std::optional<std::string>;
+
+// A completion that answers `reply` with what `present` makes of the store's
+// result, or with the store's failure. The reply is one-shot; the shared
+// holder only lets the copyable completion carry it.
+template <typename T, typename Present>
+SecretStore::Completion<T> answerWith(ReplyCallback reply, Present present) {
+  return [reply = std::make_shared<ReplyCallback>(std::move(reply)), present](SecretStore::Result<T> result) {
+    if (const auto* failure = std::get_if<SecretStore::Failure>(&result)) {
+      return std::move(*reply).error(FlutterSecureStoragePlugin::kStoreError, failure->reason);
+    }
+    std::move(*reply).success(present(std::get<T>(std::move(result))));
+  };
+}
+
+ChannelValue null(Done) { return {}; }
+ChannelValue valueOrNull(Value value) { return value ? ChannelValue(std::move(*value)) : ChannelValue(); }
+ChannelValue presence(const Value& value) { return value.has_value(); }
+
+ChannelValue entriesMap(const Entries& entries) {
+  ChannelMap map;
+  map.reserve(entries.size());
+  for (const auto& [key, value] : entries) map.appendUnique(key, value);
+  return map;
+}
+
+// A call on one key, started once the key has been found in its arguments.
+struct KeyedCall {
+  std::string_view method;
+  void (*start)(SecretStore& store, const std::string& key, const CommandArguments& arguments, ReplyCallback reply);
+};
+
+void writeValue(SecretStore& store, const std::string& key, const CommandArguments& arguments, ReplyCallback reply) {
+  const std::string* value = arguments.string("value");
+  if (value == nullptr) return answerInvalidArgument(std::move(reply), "Expected a string \"value\"");
+  store.store(key, *value, answerWith<Done>(std::move(reply), null));
+}
+
+void readValue(SecretStore& store, const std::string& key, const CommandArguments&, ReplyCallback reply) {
+  store.lookup(key, answerWith<Value>(std::move(reply), valueOrNull));
+}
+
+void checkKey(SecretStore& store, const std::string& key, const CommandArguments&, ReplyCallback reply) {
+  store.lookup(key, answerWith<Value>(std::move(reply), presence));
+}
+
+void removeValue(SecretStore& store, const std::string& key, const CommandArguments&, ReplyCallback reply) {
+  store.remove(key, answerWith<Done>(std::move(reply), null));
+}
+
+constexpr std::array kKeyedCalls{
+    KeyedCall{"write", &writeValue},
+    KeyedCall{"read", &readValue},
+    KeyedCall{"containsKey", &checkKey},
+    KeyedCall{"delete", &removeValue},
+};
+
+void answerKeyedCall(SecretStore& store, const KeyedCall& keyed, const MethodCall& call, ReplyCallback reply) {
+  const std::optional<CommandArguments> arguments = CommandArguments::from(call.arguments);
+  const std::string* key = arguments ? arguments->string("key") : nullptr;
+  if (key == nullptr) return answerInvalidArgument(std::move(reply), "Expected a string \"key\"");
+  keyed.start(store, *key, *arguments, std::move(reply));
+}
+
+void answerStorageCall(SecretStore& store, const MethodCall& call, ReplyCallback reply) {
+  if (call.method == "readAll") return store.list(answerWith<Entries>(std::move(reply), entriesMap));
+  if (call.method == "deleteAll") return store.removeAll(answerWith<Done>(std::move(reply), null));
+  const auto keyed = std::ranges::find(kKeyedCalls, call.method, &KeyedCall::method);
+  if (keyed == kKeyedCalls.end()) return std::move(reply).notImplemented();
+  answerKeyedCall(store, *keyed, call, std::move(reply));
+}
+
+}  // namespace
+
+void FlutterSecureStoragePlugin::registerWith(const PluginRegistrar& registrar) {
+  MethodChannel(registrar.messenger(), kChannel)
+      .setMethodCallHandler([&store = registrar.services().secrets](const MethodCall& call, ReplyCallback reply) {
+        answerStorageCall(store, call, std::move(reply));
+      });
+}
+
+}  // namespace quillon
