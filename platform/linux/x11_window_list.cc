@@ -131,8 +131,8 @@ WindowQuestions ask(xcb_connection_t* connection, xcb_window_t window, xcb_windo
   questions.frameExtents = askProperty(connection, window, atoms[kFrameExtents], XCB_ATOM_CARDINAL);
   questions.pid = askProperty(connection, window, atoms[kWmPid], XCB_ATOM_CARDINAL);
   if (haveXRes) {
-    const xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-    questions.clientIds = xcb_res_query_client_ids(connection, 1, &spec);
+    const xcb_res_client_id_spec_t pidOfOwner{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    questions.clientIds = xcb_res_query_client_ids(connection, 1, &pidOfOwner);
   }
   return questions;
 }
@@ -155,8 +155,8 @@ std::optional<std::int64_t> pidFromResourceExtension(xcb_connection_t* connectio
                                                      xcb_res_query_client_ids_cookie_t cookie) {
   auto reply = answerTo(xcb_res_query_client_ids_reply, connection, cookie);
   if (!reply) return std::nullopt;
+  // Only the pid was asked for, so the server answers pid values alone.
   for (auto it = xcb_res_query_client_ids_ids_iterator(reply.get()); it.rem > 0; xcb_res_client_id_value_next(&it)) {
-    if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) == 0) continue;
     if (xcb_res_client_id_value_value_length(it.data) < 1) continue;
     return static_cast<std::int64_t>(*xcb_res_client_id_value_value(it.data));
   }

@@ -17,7 +17,7 @@
 
 namespace {
 
-struct WindowSpec {
+struct WindowToOpen {
   std::string name;
   int x = 0, y = 0;
   unsigned width = 0, height = 0;
@@ -26,8 +26,8 @@ struct WindowSpec {
   bool falsePid = false;
 };
 
-bool parse(int argc, char** argv, std::vector<WindowSpec>& specs) {
-  WindowSpec next;
+bool parse(int argc, char** argv, std::vector<WindowToOpen>& wanted) {
+  WindowToOpen next;
   for (int index = 1; index < argc; ++index) {
     const std::string argument = argv[index];
     if (argument == "--legacy-name") {
@@ -39,33 +39,33 @@ bool parse(int argc, char** argv, std::vector<WindowSpec>& specs) {
     } else if (index + 1 < argc) {
       next.name = argument;
       if (std::sscanf(argv[++index], "%ux%u+%d+%d", &next.width, &next.height, &next.x, &next.y) != 4) return false;
-      specs.push_back(next);
-      next = WindowSpec{};
+      wanted.push_back(next);
+      next = WindowToOpen{};
     } else {
       return false;
     }
   }
-  return !specs.empty();
+  return !wanted.empty();
 }
 
-Window open(Display* display, const WindowSpec& spec) {
+Window open(Display* display, const WindowToOpen& described) {
   const int screen = DefaultScreen(display);
-  const Window window = XCreateSimpleWindow(display, RootWindow(display, screen), spec.x, spec.y, spec.width,
-                                            spec.height, 0, BlackPixel(display, screen), WhitePixel(display, screen));
+  const Window window = XCreateSimpleWindow(display, RootWindow(display, screen), described.x, described.y, described.width,
+                                            described.height, 0, BlackPixel(display, screen), WhitePixel(display, screen));
   XSizeHints hints{};
   hints.flags = USPosition | USSize;
-  hints.x = spec.x;
-  hints.y = spec.y;
-  hints.width = static_cast<int>(spec.width);
-  hints.height = static_cast<int>(spec.height);
+  hints.x = described.x;
+  hints.y = described.y;
+  hints.width = static_cast<int>(described.width);
+  hints.height = static_cast<int>(described.height);
   XSetWMNormalHints(display, window, &hints);
-  XStoreName(display, window, spec.name.c_str());
-  if (!spec.legacyName) {
+  XStoreName(display, window, described.name.c_str());
+  if (!described.legacyName) {
     XChangeProperty(display, window, XInternAtom(display, "_NET_WM_NAME", False),
                     XInternAtom(display, "UTF8_STRING", False), 8, PropModeReplace,
-                    reinterpret_cast<const unsigned char*>(spec.name.data()), static_cast<int>(spec.name.size()));
+                    reinterpret_cast<const unsigned char*>(described.name.data()), static_cast<int>(described.name.size()));
   }
-  if (spec.falsePid) {
+  if (described.falsePid) {
     const long pid = 1;
     XChangeProperty(display, window, XInternAtom(display, "_NET_WM_PID", False), XA_CARDINAL, 32, PropModeReplace,
                     reinterpret_cast<const unsigned char*>(&pid), 1);
@@ -78,22 +78,22 @@ Window open(Display* display, const WindowSpec& spec) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::vector<WindowSpec> specs;
-  if (!parse(argc, argv, specs)) {
+  std::vector<WindowToOpen> wanted;
+  if (!parse(argc, argv, wanted)) {
     std::fprintf(stderr, "usage: x11_test_client [--legacy-name] [--minimised] [--false-pid] NAME WxH+X+Y ...\n");
     return 2;
   }
   Display* display = XOpenDisplay(nullptr);
   if (display == nullptr) return 1;
   std::vector<Window> windows;
-  for (const WindowSpec& spec : specs) windows.push_back(open(display, spec));
+  for (const WindowToOpen& described : wanted) windows.push_back(open(display, described));
   XFlush(display);
   for (;;) {
     XEvent event;
     XNextEvent(display, &event);
     if (event.type != MapNotify) continue;
     for (std::size_t index = 0; index < windows.size(); ++index) {
-      if (windows[index] == event.xmap.window && specs[index].minimised) {
+      if (windows[index] == event.xmap.window && wanted[index].minimised) {
         XIconifyWindow(display, windows[index], DefaultScreen(display));
         XFlush(display);
       }
