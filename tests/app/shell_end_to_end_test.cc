@@ -1,9 +1,10 @@
 // The built host without a display, driven over the link as the interface
 // would drive it.
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <cstring>
-
-#include <gtest/gtest.h>
+#include <filesystem>
 
 #include "tests/app/host_conversation.h"
 #include "tests/support/child_process.h"
@@ -48,6 +49,7 @@ TEST_F(HeadlessHostTest, ForceQuitEndsTheHostWithStatusZeroAndClosesTheLink) {
   forceQuit(*interface_);
   EXPECT_EQ(host_->waitExit(kAnswerTime), 0);
   EXPECT_TRUE(interface_->waitForClose(kAnswerTime));
+  EXPECT_FALSE(std::filesystem::exists(host_->socketPath()));
 }
 
 TEST_F(HeadlessHostTest, ForceQuitTwiceIsHarmless) {

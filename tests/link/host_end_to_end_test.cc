@@ -1,11 +1,5 @@
 // The built host, started in a bundle of its own and called over its socket.
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
-
-#include <cstring>
-#include <filesystem>
 
 #include "channel/channel_names.h"
 #include "channel/standard_codec.h"
@@ -15,7 +9,6 @@
 namespace quillon {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::HostProcess;
 using namespace std::chrono_literals;
 
@@ -78,14 +71,6 @@ TEST(HostEndToEndTest, WithoutADataDirectoryTheResourcePathIsMissing) {
   EXPECT_EQ(host->output(), "Error: Unable to find the resource path\n");
 }
 
-TEST(HostEndToEndTest, UnknownMethodsAndChannelsAnswerNotImplemented) {
-  auto host = startedHost({});
-  auto client = connectTo(*host);
-  ASSERT_TRUE(client);
-  EXPECT_TRUE(call(*client, "assembly::getexecutingassemblypath").isNotImplemented());
-  EXPECT_TRUE(call(*client, "assembly::getExecutingAssemblyPath", {}, "no.such/channel").isNotImplemented());
-}
-
 TEST(HostEndToEndTest, APayloadThatIsNotAMethodCallIsAnsweredBadMessageAndTheConnectionStays) {
   auto host = startedHost({});
   auto client = connectTo(*host);
@@ -136,48 +121,6 @@ TEST(HostEndToEndTest, ASecondHostOnALiveSocketSaysSoAndExitsOne) {
   auto client = connectTo(*host);
   ASSERT_TRUE(client);
   EXPECT_TRUE(call(*client, "nothing").isNotImplemented());
-}
-
-TEST(HostEndToEndTest, AStaleSocketFileIsReplaced) {
-  HostProcess host({});
-  fs::create_directories(fs::path(host.socketPath()).parent_path());
-  {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, host.socketPath().c_str(), sizeof address.sun_path - 1);
-    UniqueFd leftover(::socket(AF_UNIX, SOCK_STREAM, 0));
-    ASSERT_EQ(::bind(leftover.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  }
-  ASSERT_TRUE(fs::is_socket(host.socketPath()));
-  host.start();
-  ASSERT_TRUE(host.waitReady()) << host.errorOutput();
-  auto client = connectTo(host);
-  ASSERT_TRUE(client);
-  EXPECT_EQ(call(*client, "assembly::getExecutingAssemblyPath"), ChannelReply::success(host.executablePath()));
-}
-
-TEST(HostEndToEndTest, TheRuntimeDirectoryHoldsAPrivateDirectoryAndSocketRemovedAtExit) {
-  auto host = startedHost({.runtimeDirectory = true});
-  struct stat status {};
-  ASSERT_EQ(::stat(fs::path(host->socketPath()).parent_path().c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777, 0700u);
-  ASSERT_EQ(::stat(host->socketPath().c_str(), &status), 0);
-  EXPECT_TRUE(S_ISSOCK(status.st_mode));
-  EXPECT_EQ(status.st_mode & 07777, 0600u);
-  EXPECT_EQ(host->stop(), 0);
-  EXPECT_FALSE(fs::exists(host->socketPath()));
-}
-
-TEST(HostEndToEndTest, ForceQuitEndsTheHostCleanly) {
-  auto host = startedHost({});
-  auto client = connectTo(*host);
-  ASSERT_TRUE(client);
-  std::string error;
-  const auto forceQuit = StandardCodec::encodeMethodCall(MethodCall{"forceQuitApp", {}});
-  ASSERT_TRUE(client->sendRaw(encodeMessageFrame(0, kAppCloseChannel, forceQuit), &error)) << error;
-  EXPECT_EQ(host->waitExit(kAnswerTime), 0);
-  EXPECT_TRUE(client->waitForClose(kAnswerTime));
-  EXPECT_FALSE(fs::exists(host->socketPath()));
 }
 
 }  // namespace

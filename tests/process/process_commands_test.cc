@@ -12,7 +12,6 @@ namespace quillon {
 namespace {
 
 using testing::finishedRun;
-using testing::ToolCall;
 
 ChannelValue arguments(std::initializer_list<std::pair<ChannelValue, ChannelValue>> entries) {
   ChannelMap map;
@@ -112,22 +111,6 @@ TEST_F(ProcessCommandsTest, LookupFailuresAnswerUnavailable) {
             ChannelReply::error("UNAVAILABLE", "Main window handle not found"));
   EXPECT_EQ(answer("process::getMainWindowTitle", withProcessId(1)),
             ChannelReply::error("UNAVAILABLE", "Main window title not found"));
-}
-
-TEST_F(ProcessCommandsTest, KillCommandsRefuseGroupIds) {
-  for (const char* method : {"process::killProcess", "process::closeWindow"}) {
-    EXPECT_EQ(answer(method, withProcessId(0)), ChannelReply::success(false));
-    EXPECT_EQ(answer(method, withProcessId(-1)), ChannelReply::success(false));
-  }
-  EXPECT_TRUE(platform.tools.calls.empty());
-}
-
-TEST_F(ProcessCommandsTest, AnInt32IdCountsAsAnInteger) {
-  platform.tools.answers = {finishedRun("sleep\n")};
-  EXPECT_EQ(answer("process::getProcessName", arguments({{"processId", std::int32_t{12}}})),
-            ChannelReply::success("sleep"));
-  EXPECT_EQ(platform.tools.calls, (std::vector<ToolCall>{{"/bin/ps", {"-p", "12", "-o", "comm="},
-                                                          ToolRunner::Streams::kOutput}}));
 }
 
 }  // namespace

@@ -105,17 +105,6 @@ TEST_F(ProcessIntegrationTest, AnUnusedIdIsNeitherAliveNorKilledNorNamed) {
   EXPECT_EQ(manager.getProcessFileName(unused), "");
 }
 
-TEST_F(ProcessIntegrationTest, GroupIdsAreRefusedAndNothingIsKilled) {
-  SleepingChild child(kChildName);
-  for (std::int64_t id : {std::int64_t{0}, std::int64_t{-1}, -std::int64_t{::getpgrp()}}) {
-    EXPECT_FALSE(manager.killProcess(id));
-    EXPECT_FALSE(manager.closeWindow(id));
-  }
-  int status = 0;
-  EXPECT_EQ(::waitpid(child.pid(), &status, WNOHANG), 0) << "the child was ended";
-  EXPECT_TRUE(manager.isAlive(child.pid()));
-}
-
 TEST_F(ProcessIntegrationTest, HandleLookupAnswersTheIdOfAListedProcess) {
   SleepingChild child(kChildName);
   EXPECT_EQ(lookup(&ProcessManager::getMainWindowHandle, child.pid()),

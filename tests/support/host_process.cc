@@ -47,9 +47,7 @@ HostProcess::HostProcess(Layout layout) : layout_(layout) {
     writeHelper(fs::path(dataPath()) / "pylonRDP" / "pylonRDP");
     writeHelper(fs::path(dataPath()) / "pylonTX" / "pylonTX");
   }
-  socketPath_ = layout_.runtimeDirectory ? directory_ + "/runtime/quillon-host/interface.sock"
-                                         : directory_ + "/sockets/interface.sock";
-  if (layout_.runtimeDirectory) fs::create_directories(fs::path(directory_) / "runtime");
+  socketPath_ = directory_ + "/sockets/interface.sock";
 }
 
 HostProcess::~HostProcess() {
@@ -61,12 +59,8 @@ HostProcess::~HostProcess() {
 ChildProcess::Environment HostProcess::hostEnvironment() const {
   // A home and a temporary directory of the bundle's own, so that the host's
   // certificate store and certificate files never touch the user's.
-  ChildProcess::Environment environment{{"HOME", directory_ + "/home"}, {"TMPDIR", directory_}};
-  if (layout_.runtimeDirectory) {
-    environment.insert({{"QUILLON_INTERFACE_SOCKET", std::nullopt}, {"XDG_RUNTIME_DIR", directory_ + "/runtime"}});
-  } else {
-    environment.insert({"QUILLON_INTERFACE_SOCKET", socketPath_});
-  }
+  ChildProcess::Environment environment{
+      {"HOME", directory_ + "/home"}, {"TMPDIR", directory_}, {"QUILLON_INTERFACE_SOCKET", socketPath_}};
   if (layout_.headless) {
     environment["DISPLAY"] = std::nullopt;
     environment["WAYLAND_DISPLAY"] = std::nullopt;

@@ -20,8 +20,6 @@ class HostProcess {
   struct Layout {
     bool dataDirectory = true;
     bool helpers = false;
-    // Use $XDG_RUNTIME_DIR (inside the bundle directory) instead of the engine switch.
-    bool runtimeDirectory = false;
     // Take DISPLAY (and WAYLAND_DISPLAY) away: the host runs without windows.
     bool headless = false;
   };
