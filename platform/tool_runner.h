@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quillon {
@@ -19,6 +20,17 @@ struct ToolRun {
   bool exitedWithZero() const;
 };
 
+// What a tool run changes in the host's environment before the tool gets it:
+// the `removed` variables go, then the `set` ones take their values. No changes:
+// the tool inherits the host's environment as it is.
+struct EnvironmentChanges {
+  std::vector<std::string> removed;
+  std::vector<std::pair<std::string, std::string>> set;
+
+  bool empty() const { return removed.empty() && set.empty(); }
+  friend bool operator==(const EnvironmentChanges&, const EnvironmentChanges&) = default;
+};
+
 class ToolRunner {
  public:
   enum class Streams {
@@ -29,11 +41,17 @@ class ToolRunner {
   virtual ~ToolRunner() = default;
 
   // Starts `executable` (an absolute path) with exactly `arguments` (argv[1..]),
-  // no shell, the host's environment and working directory, standard input
-  // inherited. Reads the pipe to its end and reaps the child before returning:
-  // no child and no descriptor outlives the call.
-  virtual ToolRun run(const std::string& executable, const std::vector<std::string>& arguments,
-                      Streams streams) = 0;
+  // no shell, the host's environment with `environment`'s changes, the host's
+  // working directory, standard input inherited. Reads the pipe to its end and
+  // reaps the child before returning: no child and no descriptor outlives the call.
+  ToolRun run(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+              const EnvironmentChanges& environment = {}) {
+    return runTool(executable, arguments, streams, environment);
+  }
+
+ protected:
+  virtual ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+                          const EnvironmentChanges& environment) = 0;
 };
 
 }  // namespace quillon

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "process/main_window_script.h"
+#include "process/process_id.h"
 #include "process/process_id_list.h"
 #include "process/unicode_text.h"
 
@@ -16,8 +17,24 @@ constexpr const char* kKillTool = "/bin/kill";
 constexpr std::string_view kUnknown = "Unknown";
 constexpr std::string_view kUnavailable = "UNAVAILABLE";
 
-// Ids of zero and below reach whole process groups, the host's own among them.
-bool namesOneProcess(std::int64_t processId) { return processId > 0; }
+// procps reads its settings from the environment it inherits, and these would
+// make ps print something other than what our command lines ask for:
+// PS_PERSONALITY, CMD_ENV and I_WANT_A_BROKEN_PS give "-e" its BSD meaning (no
+// longer every process), PS_FORMAT replaces the default columns, COLUMNS and
+// LINES cut the output, LIBPROC_HIDE_KERNEL hides kernel threads from the
+// table, and a locale that is not UTF-8 prints every non-ASCII character as "?".
+const EnvironmentChanges& psEnvironment() {
+  static const EnvironmentChanges changes{
+      .removed = {"PS_PERSONALITY", "CMD_ENV", "I_WANT_A_BROKEN_PS", "PS_FORMAT", "COLUMNS", "LINES",
+                  "LIBPROC_HIDE_KERNEL"},
+      .set = {{"LC_ALL", "C.UTF-8"}},
+  };
+  return changes;
+}
+
+ToolRun runPs(ToolRunner& tools, const std::vector<std::string>& arguments) {
+  return tools.run(kProcessTool, arguments, ToolRunner::Streams::kOutput, psEnvironment());
+}
 
 }  // namespace
 
@@ -26,7 +43,7 @@ ChannelValue processIdListValue(const std::vector<std::int64_t>& ids) {
 }
 
 std::vector<std::int64_t> ProcessManager::getProcessIdList() {
-  const ToolRun run = environment_.tools.run(kProcessTool, {"-e", "-o", "pid"}, ToolRunner::Streams::kOutput);
+  const ToolRun run = runPs(environment_.tools, {"-e", "-o", "pid"});
   if (!run.started) return {};
   const auto text = decodeUtf8(run.output);
   return text ? parseProcessIdList(*text) : std::vector<std::int64_t>{};
@@ -44,14 +61,12 @@ void ProcessManager::getProcessesByName(const std::string& processName, Completi
   std::move(completion).success(processIdListValue(ids));
 }
 
+// ps prints its column header whether or not the process exists, and what it
+// prints below depends on its settings; its exit status is 0 exactly when it
+// listed the id.
 bool ProcessManager::isAlive(std::int64_t processId) {
-  const ToolRun run =
-      environment_.tools.run(kProcessTool, {"-p", std::to_string(processId)}, ToolRunner::Streams::kOutput);
-  const auto text = decodeUtf8(run.output);
-  if (!run.started || !text) return false;
-  // The first line is the column header, printed whether or not the process exists.
-  const std::size_t headerEnd = text->find('\n');
-  return headerEnd != std::string::npos && !trimBlanksAndLineBreaks(text->substr(headerEnd + 1)).empty();
+  if (!isPossibleProcessId(processId)) return false;
+  return runPs(environment_.tools, {"-p", std::to_string(processId)}).exitedWithZero();
 }
 
 void ProcessManager::getMainWindowHandle(std::int64_t processId, Completion completion) {
@@ -69,7 +84,7 @@ void ProcessManager::getMainWindowTitle(std::int64_t processId, Completion compl
 bool ProcessManager::closeWindow(std::int64_t processId) { return killProcess(processId); }
 
 bool ProcessManager::killProcess(std::int64_t processId) {
-  if (!namesOneProcess(processId)) return false;
+  if (!isPossibleProcessId(processId)) return false;
   return environment_.tools.run(kKillTool, {"-9", std::to_string(processId)}, ToolRunner::Streams::kOutput)
       .exitedWithZero();
 }
@@ -132,9 +147,10 @@ void ProcessManager::getProcessWorkingDirectoryWithProcessId(std::int64_t proces
   std::move(completion).success(getProcessWorkingDirectory(processId));
 }
 
+// An id that names no process reads as the empty text, as ps answers for one.
 std::string ProcessManager::readProcessField(std::int64_t processId, std::string_view keyword) {
-  const ToolRun run = environment_.tools.run(kProcessTool, {"-p", std::to_string(processId), "-o", std::string(keyword)},
-                                             ToolRunner::Streams::kOutput);
+  if (!isPossibleProcessId(processId)) return {};
+  const ToolRun run = runPs(environment_.tools, {"-p", std::to_string(processId), "-o", std::string(keyword)});
   if (!run.started) return std::string(kUnknown);
   const auto text = decodeUtf8(run.output);
   return text ? std::string(trimBlanksAndLineBreaks(*text)) : std::string(kUnknown);

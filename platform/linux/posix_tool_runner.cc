@@ -6,9 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <string_view>
 
 #include "embedding/unique_fd.h"
 
@@ -69,6 +71,34 @@ class ArgumentVector {
   std::vector<char*> pointers_;
 };
 
+// envp for the child: the host's variables that the changes do not name, then
+// the ones they set. Without changes the host's own environment goes as it is.
+class EnvironmentBlock {
+ public:
+  EnvironmentBlock(char** inherited, const EnvironmentChanges& changes) : inherited_(inherited) {
+    if (changes.empty()) return;
+    for (char** entry = inherited; *entry != nullptr; ++entry) {
+      if (!namedIn(changes, nameOf(*entry))) pointers_.push_back(*entry);
+    }
+    for (const auto& [name, value] : changes.set) strings_.push_back(name + "=" + value);
+    for (std::string& text : strings_) pointers_.push_back(text.data());
+    pointers_.push_back(nullptr);
+  }
+
+  char* const* get() { return pointers_.empty() ? inherited_ : pointers_.data(); }
+
+ private:
+  static std::string_view nameOf(std::string_view entry) { return entry.substr(0, entry.find('=')); }
+  static bool namedIn(const EnvironmentChanges& changes, std::string_view name) {
+    return std::ranges::find(changes.removed, name) != changes.removed.end() ||
+           std::ranges::any_of(changes.set, [name](const auto& variable) { return variable.first == name; });
+  }
+
+  char** inherited_;
+  std::vector<std::string> strings_;
+  std::vector<char*> pointers_;
+};
+
 void readToEnd(int fd, std::vector<std::uint8_t>& output) {
   std::array<std::uint8_t, 65536> buffer;
   for (;;) {
@@ -93,8 +123,8 @@ int reap(pid_t child) {
 
 }  // namespace
 
-ToolRun PosixToolRunner::run(const std::string& executable, const std::vector<std::string>& arguments,
-                             Streams streams) {
+ToolRun PosixToolRunner::runTool(const std::string& executable, const std::vector<std::string>& arguments,
+                                 Streams streams, const EnvironmentChanges& environment) {
   ToolRun result;
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -108,7 +138,9 @@ ToolRun PosixToolRunner::run(const std::string& executable, const std::vector<st
   {
     SpawnSetup setup(writeEnd.get(), streams);
     ArgumentVector argv(executable, arguments);
-    const int error = posix_spawn(&child, executable.c_str(), setup.actions(), setup.attributes(), argv.get(), environ);
+    EnvironmentBlock envp(environ, environment);
+    const int error =
+        posix_spawn(&child, executable.c_str(), setup.actions(), setup.attributes(), argv.get(), envp.get());
     if (error != 0) {
       result.startError = std::strerror(error);
       return result;

@@ -1,7 +1,8 @@
 // PosixToolRunner: the tool run on Linux, with posix_spawn.
 //
 // The child gets the executable by its absolute path and exactly the given
-// arguments (no shell), the host's environment and working directory, signal
+// arguments (no shell), the host's environment with the run's changes, the
+// host's working directory, signal
 // dispositions reset to their defaults and an empty signal mask. Its standard
 // output (or standard output and error) goes to a pipe created close-on-exec,
 // so no other child inherits it; everything else is inherited. The pipe is read
@@ -14,8 +15,9 @@
 namespace quillon {
 
 class PosixToolRunner final : public ToolRunner {
- public:
-  ToolRun run(const std::string& executable, const std::vector<std::string>& arguments, Streams streams) override;
+ protected:
+  ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+                  const EnvironmentChanges& environment) override;
 };
 
 }  // namespace quillon

@@ -59,10 +59,6 @@ struct FakeToolRunner final : ToolRunner {
     std::vector<std::string> arguments;
     Streams streams;
   };
-  ToolRun run(const std::string& executable, const std::vector<std::string>& arguments, Streams streams) override {
-    invocations.push_back({executable, arguments, streams});
-    return answer;
-  }
   void prints(std::string_view text) {
     answer = ToolRun{};
     answer.started = true;
@@ -71,6 +67,13 @@ struct FakeToolRunner final : ToolRunner {
 
   ToolRun answer;
   std::vector<Invocation> invocations;
+
+ protected:
+  ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+                  const EnvironmentChanges&) override {
+    invocations.push_back({executable, arguments, streams});
+    return answer;
+  }
 };
 
 // Knows the dates the test names; records the pattern it was asked to use.

@@ -108,6 +108,17 @@ TEST(PosixToolRunner, InheritsTheEnvironment) {
   EXPECT_EQ(text(run), "seen");
 }
 
+TEST(PosixToolRunner, EnvironmentChangesRemoveThenSet) {
+  for (const char* name : {"QUILLON_KEPT", "QUILLON_REMOVED", "QUILLON_REPLACED"}) ASSERT_EQ(::setenv(name, "host", 1), 0);
+  const EnvironmentChanges changes{.removed = {"QUILLON_REMOVED"},
+                                   .set = {{"QUILLON_REPLACED", "tool"}, {"QUILLON_ADDED", "a=b"}}};
+  ToolRun run = PosixToolRunner().run(
+      "/bin/sh", {"-c", "printf %s \"$QUILLON_KEPT ${QUILLON_REMOVED-gone} $QUILLON_REPLACED $QUILLON_ADDED\""},
+      ToolRunner::Streams::kOutput, changes);
+  for (const char* name : {"QUILLON_KEPT", "QUILLON_REMOVED", "QUILLON_REPLACED"}) ::unsetenv(name);
+  EXPECT_EQ(text(run), "host gone tool a=b");
+}
+
 TEST(PosixToolRunner, TheToolHoldsThePipeOnlyAsItsStandardStreams) {
   // Both ends are close-on-exec: the write end reaches the tool only as the
   // descriptors it was given, never under another number.

@@ -40,16 +40,18 @@ inline ToolRun notStartedRun() {
 
 class FakeToolRunner final : public ToolRunner {
  public:
-  ToolRun run(const std::string& executable, const std::vector<std::string>& arguments, Streams streams) override {
+  std::deque<ToolRun> answers;  // one per run, in order; then empty output
+  std::vector<ToolCall> calls;
+
+ protected:
+  ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+                  const EnvironmentChanges&) override {
     calls.push_back({executable, arguments, streams});
     if (answers.empty()) return finishedRun("");
     ToolRun answer = answers.front();
     answers.pop_front();
     return answer;
   }
-
-  std::deque<ToolRun> answers;  // one per run, in order; then empty output
-  std::vector<ToolCall> calls;
 };
 
 class FakeRunningApplications final : public RunningApplications {

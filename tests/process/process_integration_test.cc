@@ -105,12 +105,46 @@ TEST_F(ProcessIntegrationTest, AnUnusedIdIsNeitherAliveNorKilledNorNamed) {
   EXPECT_EQ(manager.getProcessFileName(unused), "");
 }
 
+// procps reads its settings from the environment that the host hands on to it;
+// none of them may change what the process services answer.
+struct PsSetting {
+  const char* name;
+  const char* value;
+};
+
+constexpr PsSetting kPsSettings[] = {
+    {"PS_FORMAT", "pid="},          {"PS_PERSONALITY", "bsd"}, {"CMD_ENV", "bsd"}, {"I_WANT_A_BROKEN_PS", "1"},
+    {"LIBPROC_HIDE_KERNEL", "1"},   {"COLUMNS", "20"},         {"LINES", "1"},     {"LC_ALL", "C"},
+    {"LC_ALL", "POSIX"},
+};
+
+TEST_F(ProcessIntegrationTest, AnswersDoNotDependOnPsSettingsInTheEnvironment) {
+  // Not ASCII, and longer than the kernel's 15 bytes of command name.
+  SleepingChild child("sl\u00EBeper quillon child");
+  const std::int64_t unused = unusedProcessId();
+  for (const auto& [name, value] : kPsSettings) {
+    SCOPED_TRACE(std::string(name) + "=" + value);
+    ASSERT_EQ(::setenv(name, value, 1), 0);
+    EXPECT_TRUE(contains(manager.getProcessIdList(), child.pid()));
+    EXPECT_TRUE(manager.isAlive(child.pid()));
+    EXPECT_FALSE(manager.isAlive(unused));
+    EXPECT_EQ(manager.getProcessName(child.pid()), "sl\u00EBeper quillo");
+    EXPECT_EQ(manager.getProcessFileName(child.pid()), child.path() + " 1000");
+    ::unsetenv(name);
+  }
+}
+
 TEST_F(ProcessIntegrationTest, HandleLookupAnswersTheIdOfAListedProcess) {
   SleepingChild child(kChildName);
   EXPECT_EQ(lookup(&ProcessManager::getMainWindowHandle, child.pid()),
             ChannelReply::success(std::to_string(child.pid())));
   EXPECT_EQ(lookup(&ProcessManager::getMainWindowHandle, -5), ChannelReply::success(""));
   EXPECT_EQ(lookup(&ProcessManager::getMainWindowHandle, unusedProcessId()), ChannelReply::success(""));
+  // Never narrowed to the 32-bit id of another process.
+  const std::int64_t self = ::getpid();
+  for (const std::int64_t wrapped : {(std::int64_t{1} << 32) + self, INT64_MIN + self}) {
+    EXPECT_EQ(lookup(&ProcessManager::getMainWindowHandle, wrapped), ChannelReply::success("")) << wrapped;
+  }
   EXPECT_TRUE(diagnostics.lines.empty());
 }
 

@@ -1,7 +1,10 @@
 #include "process/process_manager.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <unistd.h>
+
+#include <cstdint>
 
 #include "process/main_window_script.h"
 #include "tests/process/fake_process_platform.h"
@@ -57,14 +60,15 @@ struct AliveCase {
   bool alive;
 };
 
-TEST_F(ProcessManagerTest, AliveExactlyWhenALineFollowsTheHeader) {
+// The output is whatever ps's settings make of it; the exit status is not.
+TEST_F(ProcessManagerTest, AliveExactlyWhenPsListedTheId) {
   const AliveCase cases[] = {
-      {"header and process", finishedRun("    PID TTY          TIME CMD\n     42 ?        00:00:00 sleep\n"), true},
-      {"header only, as ps prints for an absent id", finishedRun("    PID TTY          TIME CMD\n", 1), false},
-      {"header and blank lines", finishedRun("    PID TTY\n  \n\n", 1), false},
-      {"nothing printed", finishedRun("", 1), false},
-      {"a line without its line feed", finishedRun("PID\n42"), true},
-      {"not valid UTF-8", finishedRun("PID\n42 \xFF\n"), false},
+      {"listed", finishedRun("    PID TTY          TIME CMD\n     42 ?        00:00:00 sleep\n"), true},
+      {"listed under a PS_FORMAT without header", finishedRun("42\n"), true},
+      {"listed, output not UTF-8", finishedRun("PID\n42 \xFF\n"), true},
+      {"not listed: header only", finishedRun("    PID TTY          TIME CMD\n", 1), false},
+      {"not listed, yet a line under the header", finishedRun("PID\n42\n", 1), false},
+      {"killed by a signal", [] { ToolRun run = finishedRun(""); run.waitStatus = SIGKILL; return run; }(), false},
       {"tool not started", notStartedRun(), false},
   };
   for (const AliveCase& c : cases) {
@@ -77,10 +81,10 @@ TEST_F(ProcessManagerTest, AliveExactlyWhenALineFollowsTheHeader) {
 }
 
 TEST_F(ProcessManagerTest, IdsReachTheToolsAsPlainDecimalText) {
-  manager.isAlive(-9223372036854775807 - 1);
-  manager.isAlive(7);
-  EXPECT_EQ(platform.tools.calls[0].arguments, (std::vector<std::string>{"-p", "-9223372036854775808"}));
-  EXPECT_EQ(platform.tools.calls[1].arguments, (std::vector<std::string>{"-p", "7"}));
+  manager.isAlive(1);
+  manager.isAlive(2147483647);
+  EXPECT_EQ(platform.tools.calls[0].arguments, (std::vector<std::string>{"-p", "1"}));
+  EXPECT_EQ(platform.tools.calls[1].arguments, (std::vector<std::string>{"-p", "2147483647"}));
 }
 
 struct KillCase {
@@ -106,11 +110,22 @@ TEST_F(ProcessManagerTest, KillAndCloseWindowAnswerWhetherKillExitedWithZero) {
   }
 }
 
-TEST_F(ProcessManagerTest, KillRefusesGroupIdsWithoutRunningTheTool) {
-  for (std::int64_t id : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{-4321}}) {
+// Ids that no process can have: group-wide ones, and 64-bit ones that procps
+// would narrow to a group-wide or another process's 32-bit id.
+constexpr std::int64_t kImpossibleIds[] = {
+    0, -1, -4321, std::int64_t{1} << 31, (std::int64_t{1} << 32) - 1, std::int64_t{1} << 32,
+    (std::int64_t{1} << 32) + 1, (std::int64_t{1} << 32) + 4321, INT64_MAX, INT64_MIN,
+};
+
+TEST_F(ProcessManagerTest, ImpossibleIdsAnswerAsNoSuchProcessWithoutRunningATool) {
+  for (const std::int64_t id : kImpossibleIds) {
     SCOPED_TRACE(id);
     EXPECT_FALSE(manager.killProcess(id));
     EXPECT_FALSE(manager.closeWindow(id));
+    EXPECT_FALSE(manager.isAlive(id));
+    EXPECT_EQ(manager.getProcessName(id), "");
+    EXPECT_EQ(manager.getProcessFileName(id), "");
+    EXPECT_EQ(manager.getProcessLaunchArguments(id), "");
   }
   EXPECT_TRUE(platform.tools.calls.empty());
 }
@@ -313,7 +328,7 @@ TEST_F(ProcessManagerTest, ExportedMethodsCompleteOnceBeforeReturning) {
        [](ProcessManager& m, ReplyCallback r) { m.getProcessesByNameWithProcessName("Finder", std::move(r)); },
        ChannelReply::success(processIdListValue({12}))},
       {"isAliveWithProcessId", [](ProcessManager& m, ReplyCallback r) { m.isAliveWithProcessId(9, std::move(r)); },
-       ChannelReply::success(false)},
+       ChannelReply::success(true)},
       {"getMainWindowHandleWithProcessId",
        [](ProcessManager& m, ReplyCallback r) { m.getMainWindowHandleWithProcessId(9, std::move(r)); },
        ChannelReply::success("9")},

@@ -1,0 +1,67 @@
+// The kill tool must never see an id that it would read as a process group or
+// as another process. Run only as the first process of a PID namespace of its
+// own (CTest starts it under `unshare --pid --fork --mount-proc`): if an id got
+// through, the namespace's processes die, never the machine's.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/linux/posix_tool_runner.h"
+#include "platform/linux/proc_running_applications.h"
+#include "platform/linux/process_query_script_runner.h"
+#include "platform/linux/x11_window_list.h"
+#include "process/process_manager.h"
+#include "tests/process/sleeping_child.h"
+#include "tests/support/capturing_diagnostics.h"
+
+namespace quillon {
+namespace {
+
+bool stillRuns(pid_t child) {
+  int status = 0;
+  return ::waitpid(child, &status, WNOHANG) == 0;
+}
+
+TEST(HostileProcessIdTest, NoIdReachesAGroupOrAnotherProcessThroughKill) {
+  PosixToolRunner tools;
+  ProcRunningApplications applications;
+  ProcessQueryScriptRunner scripts;
+  X11WindowList windows;
+  testing::CapturingDiagnostics diagnostics;
+  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
+  testing::SleepingChild bystander("bystander");
+  ASSERT_GT(bystander.pid(), 0);
+  const std::int64_t pid = bystander.pid();
+  // kill -9 of these, narrowed to 32 bits, would be -1 (everyone), 0 (our
+  // group), the group `pid`, or the bystander itself.
+  const std::int64_t hostile[] = {
+      std::int64_t{1} << 31, (std::int64_t{1} << 32) - 1, std::int64_t{1} << 32, (std::int64_t{1} << 32) + 1,
+      (std::int64_t{1} << 32) - pid, (std::int64_t{1} << 32) + pid, INT64_MAX, INT64_MIN, INT64_MIN + pid, -1, 0,
+  };
+  for (const std::int64_t id : hostile) {
+    SCOPED_TRACE(id);
+    EXPECT_FALSE(manager.killProcess(id));
+    EXPECT_FALSE(manager.closeWindow(id));
+    ASSERT_TRUE(stillRuns(bystander.pid()));
+  }
+  EXPECT_TRUE(manager.killProcess(pid));
+  EXPECT_EQ(bystander.reap(), SIGKILL);
+}
+
+}  // namespace
+}  // namespace quillon
+
+int main(int argc, char** argv) {
+  if (::getpid() != 1) {
+    std::fputs("hostile_process_id_tests: run me as the first process of a PID namespace of my own "
+               "(unshare --pid --fork --mount-proc), never against the machine's processes\n",
+               stderr);
+    return EXIT_FAILURE;
+  }
+  ::testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
