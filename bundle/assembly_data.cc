@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "channel/utf8_text.h"
+
 namespace quillon {
 
 namespace {
@@ -15,8 +17,10 @@ constexpr HelperLayout kRdpHelper{"/pylonRDP/pylonRDP", "Error: pylonRDP directo
 constexpr HelperLayout kTxHelper{"/pylonTX/pylonTX", "Error: pylonTX directory not found at path "};
 
 std::string helperPath(const BundleEnvironment& environment, const HelperLayout& helper) {
+  // A path that is not UTF-8 cannot travel to the interface, and a repaired one
+  // would name another file: such a directory counts as none.
   const auto resources = environment.bundle.resourcePath();
-  if (!resources) {
+  if (!resources || !isUtf8Text(*resources)) {
     environment.diagnostics.printLine("Error: Unable to find the resource path");
     return {};
   }
@@ -38,7 +42,7 @@ std::string AssemblyData::getTXBinaryExecutablePath(const BundleEnvironment& env
 
 std::string AssemblyData::getAppExecutablePath(const BundleEnvironment& environment) {
   auto executable = environment.bundle.executablePath();
-  if (!executable) {
+  if (!executable || !isUtf8Text(*executable)) {
     environment.diagnostics.printLine("Error: Unable to find the executable URL");
     return {};
   }

@@ -1,10 +1,18 @@
 #include "channel/standard_codec.h"
 
+#include <cstdio>
+
 #include "channel/standard_codec_reader.h"
 #include "channel/standard_codec_types.h"
 #include "channel/standard_codec_writer.h"
 
 namespace quillon {
+
+void codec::reportStringNotText() {
+  std::fputs("quillon-host: programming error: a string that is not UTF-8 was about to leave the host; "
+             "sent with U+FFFD in place of its ill-formed bytes\n",
+             stderr);
+}
 
 using codec::StandardCodecReader;
 

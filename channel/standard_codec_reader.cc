@@ -1,7 +1,5 @@
 #include "channel/standard_codec_reader.h"
 
-#include <glib.h>
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -11,22 +9,10 @@
 #include "channel/channel_value_hash.h"
 #include "channel/standard_codec.h"
 #include "channel/standard_codec_types.h"
+#include "channel/utf8_text.h"
 
 namespace quillon::codec {
 namespace {
-
-// UTF-8 as the Dart side accepts it: U+0000 included, which GLib's validator
-// refuses, so the text is validated between its NUL bytes.
-bool isValidUtf8(const char* text, std::size_t length) {
-  const char* end = text + length;
-  while (text != end) {
-    const auto* nul = static_cast<const char*>(std::memchr(text, '\0', static_cast<std::size_t>(end - text)));
-    const char* segmentEnd = nul != nullptr ? nul : end;
-    if (!g_utf8_validate_len(text, static_cast<gsize>(segmentEnd - text), nullptr)) return false;
-    text = nul != nullptr ? nul + 1 : end;
-  }
-  return true;
-}
 
 // Collects a decoded map's entries; a repeated key keeps its first place and
 // takes the last value. Small maps are searched directly; larger ones through a
@@ -189,7 +175,7 @@ bool StandardCodecReader::readStringPayload(std::string& out) {
   std::size_t length = 0;
   if (!readCount(length, 1)) return false;
   const auto* text = reinterpret_cast<const char*>(position_);
-  if (!isValidUtf8(text, length)) return fail("invalid UTF-8 in string");
+  if (!isUtf8Text(std::string_view(text, length))) return fail("invalid UTF-8 in string");
   out.assign(text, length);
   position_ += length;
   return true;

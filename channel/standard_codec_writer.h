@@ -4,19 +4,26 @@
 // that encoding allocates once and never checks for room.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <span>
+#include <string>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
 #include "channel/channel_value.h"
 #include "channel/standard_codec_types.h"
+#include "channel/utf8_text.h"
 
 namespace quillon::codec {
+
+// Says on standard error that a string that is not UTF-8 was repaired on its way out.
+void reportStringNotText();
 
 // Counts the bytes that a message would take; `position` is where it starts.
 class CountingSink {
@@ -56,6 +63,7 @@ class StandardCodecWriter {
     std::visit([this](const auto& held) { this->write(held); }, value.variant());
   }
   void string(std::string_view text) {
+    if (!isUtf8Text(text)) [[unlikely]] return notText(text);
     type(TypeByte::kString);
     size(text.size());
     sink_.put(text.data(), text.size());
@@ -80,6 +88,16 @@ class StandardCodecWriter {
       byte(kSize32);
       number(static_cast<std::uint32_t>(count));
     }
+  }
+  // No interface could decode these bytes, so they never leave as they are. Each
+  // source of text decides what its bytes that are not text become; reaching
+  // this point means one did not, a bug of ours: debug builds stop here, release
+  // builds say so once per message and send U+FFFD for each ill-formed sequence.
+  void notText(std::string_view bytes) {
+    assert(false && "a string that is not UTF-8 was about to leave the host");
+    if constexpr (std::is_same_v<Sink, CountingSink>) reportStringNotText();
+    const std::string text = toUtf8Text(bytes);
+    string(text);
   }
   void align(std::size_t alignment) {
     const std::size_t misalignment = sink_.position() % alignment;

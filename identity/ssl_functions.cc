@@ -1,5 +1,6 @@
 #include "identity/ssl_functions.h"
 
+#include "channel/utf8_text.h"
 #include "identity/base64.h"
 #include "identity/end_date_text.h"
 
@@ -45,15 +46,17 @@ std::string SSLFunctions::getMacAddress(const IdentityServices& services) {
     services.diagnostics.printLine("Failed to get network interfaces.");
     return {};
   }
+  // An address that is not UTF-8 is no address text: that interface has none.
   for (const NetworkInterface& interface : *interfaces) {
-    if (interface.hardwareAddress) return *interface.hardwareAddress;
+    if (interface.hardwareAddress && isUtf8Text(*interface.hardwareAddress)) return *interface.hardwareAddress;
   }
   services.diagnostics.printLine("No MAC address found.");
   return {};
 }
 
 std::string SSLFunctions::getPlatformUUID(const IdentityServices& services) {
-  return services.hardware.platformUuid().value_or("");
+  const auto uuid = services.hardware.platformUuid();
+  return uuid && isUtf8Text(*uuid) ? *uuid : std::string();
 }
 
 }  // namespace quillon

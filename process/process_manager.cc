@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "channel/utf8_text.h"
 #include "process/main_window_script.h"
 #include "process/process_id.h"
 #include "process/process_id_list.h"
@@ -189,8 +190,10 @@ std::optional<std::string> ProcessManager::findMainWindowTitle(std::int64_t proc
     environment_.diagnostics.printLine("Error: Could not retrieve window list from Core Graphics.");
     return std::nullopt;
   }
+  // A name that is not UTF-8 is no text to show: the window counts as unnamed.
   for (const WindowListEntry& window : *windows) {
-    if (window.ownerProcessId == processId && window.name && !window.name->empty()) return window.name;
+    if (window.ownerProcessId != processId || !window.name || window.name->empty()) continue;
+    if (isUtf8Text(*window.name)) return window.name;
   }
   return std::nullopt;
 }

@@ -8,6 +8,7 @@
 
 #include "channel/command_arguments.h"
 #include "channel/command_replies.h"
+#include "channel/utf8_text.h"
 #include "embedding/method_channel.h"
 
 namespace quillon {
@@ -24,20 +25,26 @@ template <typename T, typename Present>
 SecretStore::Completion<T> answerWith(ReplyCallback reply, Present present) {
   return [reply = std::make_shared<ReplyCallback>(std::move(reply)), present](SecretStore::Result<T> result) {
     if (const auto* failure = std::get_if<SecretStore::Failure>(&result)) {
-      return std::move(*reply).error(FlutterSecureStoragePlugin::kStoreError, failure->reason);
+      return std::move(*reply).error(FlutterSecureStoragePlugin::kStoreError, toUtf8Text(failure->reason));
     }
     std::move(*reply).success(present(std::get<T>(std::move(result))));
   };
 }
 
+// The interface stores text only. A value that is not UTF-8 was put there by
+// another program and is not one of the interface's: it counts as not stored.
+bool isStoredText(const Value& value) { return value && isUtf8Text(*value); }
+
 ChannelValue null(Done) { return {}; }
-ChannelValue valueOrNull(Value value) { return value ? ChannelValue(std::move(*value)) : ChannelValue(); }
-ChannelValue presence(const Value& value) { return value.has_value(); }
+ChannelValue valueOrNull(Value value) { return isStoredText(value) ? ChannelValue(std::move(*value)) : ChannelValue(); }
+ChannelValue presence(const Value& value) { return isStoredText(value); }
 
 ChannelValue entriesMap(const Entries& entries) {
   ChannelMap map;
   map.reserve(entries.size());
-  for (const auto& [key, value] : entries) map.appendUnique(key, value);
+  for (const auto& [key, value] : entries) {
+    if (isUtf8Text(key) && isUtf8Text(value)) map.appendUnique(key, value);
+  }
   return map;
 }
 

@@ -4,6 +4,7 @@
 
 #include "channel/command_arguments.h"
 #include "channel/command_replies.h"
+#include "channel/utf8_text.h"
 #include "embedding/method_channel.h"
 
 namespace quillon {
@@ -21,7 +22,7 @@ void answerUrlCall(UrlOpener& urls, const MethodCall& call, ReplyCallback reply)
   } else if (call.method == "canLaunch") {
     std::move(reply).success(urls.canOpen(*url));
   } else if (const std::optional<std::string> failure = urls.open(*url)) {
-    std::move(reply).error("Launch Error", "Failed to launch URL: " + *failure);
+    std::move(reply).error("Launch Error", "Failed to launch URL: " + toUtf8Text(*failure));
   } else {
     std::move(reply).success(true);
   }

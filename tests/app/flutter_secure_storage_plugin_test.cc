@@ -114,6 +114,22 @@ TEST_F(FlutterSecureStoragePluginTest, AFailingStoreAnswersItsReasonAndChangesNo
   EXPECT_EQ(host_.secrets.secrets, (Entries{{"a", "1"}, {"b", "2"}}));
 }
 
+// Another program may store bytes that are not text under our schema; they are
+// none of the interface's values, and the channel could not carry them.
+TEST_F(FlutterSecureStoragePluginTest, AValueThatIsNotUtf8CountsAsNotStored) {
+  host_.secrets.secrets = {{"a", "1"}, {"x", "\xFF\xFE"}};
+  EXPECT_EQ(call("read", withKey("x")), ChannelReply::success());
+  EXPECT_EQ(call("containsKey", withKey("x")), ChannelReply::success(false));
+  EXPECT_EQ(call("readAll", ChannelValue()), ChannelReply::success(mapOf({{"a", "1"}})));
+  EXPECT_EQ(call("delete", withKey("x")), ChannelReply::success());
+  EXPECT_EQ(host_.secrets.secrets, (Entries{{"a", "1"}}));
+}
+
+TEST_F(FlutterSecureStoragePluginTest, AReasonThatIsNotUtf8IsRepaired) {
+  host_.secrets.failure = "No such file: /home/caf\xE9";
+  EXPECT_EQ(call("read", withKey("a")), ChannelReply::error("SECRET_STORE_ERROR", "No such file: /home/caf\uFFFD"));
+}
+
 TEST_F(FlutterSecureStoragePluginTest, WithoutAStringKeyAnswersInvalidArgumentAndLeavesTheStoreAlone) {
   const std::vector<ChannelValue> kWithoutKey{
       ChannelValue(),

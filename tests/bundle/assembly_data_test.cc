@@ -54,7 +54,9 @@ INSTANTIATE_TEST_SUITE_P(
         HelperCase{"NoResourcesRdp", &AssemblyData::getRDPBinaryExecutablePath, std::nullopt, {}, "",
                    {"Error: Unable to find the resource path"}},
         HelperCase{"NoResourcesTx", &AssemblyData::getTXBinaryExecutablePath, std::nullopt, {}, "",
-                   {"Error: Unable to find the resource path"}}),
+                   {"Error: Unable to find the resource path"}},
+        HelperCase{"ResourcesNotUtf8", &AssemblyData::getTXBinaryExecutablePath, "/A/Caf\xE9/data",
+                   {"/A/Caf\xE9/data/pylonTX/pylonTX"}, "", {"Error: Unable to find the resource path"}}),
     [](const auto& param) { return std::string(param.param.label); });
 
 TEST(AssemblyDataTest, ExecutablePathIsNotCheckedForExistence) {
@@ -66,12 +68,15 @@ TEST(AssemblyDataTest, ExecutablePathIsNotCheckedForExistence) {
   EXPECT_TRUE(diagnostics.lines.empty());
 }
 
-TEST(AssemblyDataTest, NoExecutableAnswersEmptyWithItsLine) {
-  testing::FakeBundle bundle;
-  testing::FakeFiles files;
-  testing::CapturingDiagnostics diagnostics;
-  EXPECT_EQ(AssemblyData::getAppExecutablePath({bundle, files, diagnostics}), "");
-  EXPECT_EQ(diagnostics.lines, std::vector<std::string>{"Error: Unable to find the executable URL"});
+TEST(AssemblyDataTest, NoExecutableOrOneNotUtf8AnswersEmptyWithItsLine) {
+  for (const std::optional<std::string>& executable : {std::optional<std::string>(), std::optional<std::string>("/A/\xFF")}) {
+    testing::FakeBundle bundle;
+    bundle.executable = executable;
+    testing::FakeFiles files;
+    testing::CapturingDiagnostics diagnostics;
+    EXPECT_EQ(AssemblyData::getAppExecutablePath({bundle, files, diagnostics}), "");
+    EXPECT_EQ(diagnostics.lines, std::vector<std::string>{"Error: Unable to find the executable URL"});
+  }
 }
 
 }  // namespace

@@ -250,6 +250,21 @@ INSTANTIATE_TEST_SUITE_P(
         MalformedCase{"InvalidUtf8InMapKey", {13, 1, 7, 1, 0xff, 0}, "invalid UTF-8 in string at byte 4"}),
     caseName);
 
+// Every source of text decides what its bytes that are not UTF-8 become before
+// they reach the channel; one that forgot is stopped in debug builds, and in
+// release builds the string goes out repaired, never as bytes no one can read.
+TEST(StandardCodecTest, AStringThatIsNotUtf8NeverLeavesAsItIs) {
+  const std::string notText("caf\xE9\0\xC0\x80!", 8);
+  EXPECT_DEBUG_DEATH(StandardCodec::encodeValue(notText), "not UTF-8");
+#ifdef NDEBUG
+  EXPECT_EQ(StandardCodec::decodeValue(StandardCodec::encodeValue(notText), nullptr),
+            ChannelValue(std::string("caf\uFFFD\0\uFFFD\uFFFD!", 14)));
+  const ChannelReply error = ChannelReply::error("E", "reason: \xFF");
+  EXPECT_EQ(StandardCodec::decodeReply(StandardCodec::encodeReply(error), nullptr),
+            ChannelReply::error("E", "reason: \uFFFD"));
+#endif
+}
+
 TEST(StandardCodecTest, ErrorStringIsOptional) {
   EXPECT_FALSE(StandardCodec::decodeValue(Bytes{42}, nullptr));
   EXPECT_FALSE(StandardCodec::decodeMethodCall(Bytes{}, nullptr));

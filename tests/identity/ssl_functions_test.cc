@@ -142,6 +142,9 @@ INSTANTIATE_TEST_SUITE_P(
                           "02:00:00:00:00:0c", {}},
         InterfaceWalkCase{"earlier", std::vector<NetworkInterface>{{"wlan0", "AA:bb:cc"}, {"eth0", "02:00:00:00:00:01"}},
                           "AA:bb:cc", {}},
+        InterfaceWalkCase{"addressNotUtf8PassedOver",
+                          std::vector<NetworkInterface>{{"a", "\xFF\xFE"}, {"b", "02:00:00:00:00:0b"}},
+                          "02:00:00:00:00:0b", {}},
         InterfaceWalkCase{"none", std::vector<NetworkInterface>{{"a", {}}}, "", {"No MAC address found."}},
         InterfaceWalkCase{"empty", std::vector<NetworkInterface>{}, "", {"No MAC address found."}},
         InterfaceWalkCase{"unreadable", std::nullopt, "", {"Failed to get network interfaces."}}),
@@ -152,6 +155,8 @@ TEST(PlatformUuidTest, AnswersThePlatformValueOrEmptyWithoutALine) {
   EXPECT_EQ(SSLFunctions::getPlatformUUID(platform.services), "");
   platform.hardware.uuid = "4C4C4544-0042-3510-8052-B4C04F564433";
   EXPECT_EQ(SSLFunctions::getPlatformUUID(platform.services), "4C4C4544-0042-3510-8052-B4C04F564433");
+  platform.hardware.uuid = "4C4C4544-\xC0\x80";
+  EXPECT_EQ(SSLFunctions::getPlatformUUID(platform.services), "");
   EXPECT_TRUE(platform.diagnostics.lines.empty());
 }
 

@@ -71,6 +71,18 @@ TEST(HostEndToEndTest, WithoutADataDirectoryTheResourcePathIsMissing) {
   EXPECT_EQ(host->output(), "Error: Unable to find the resource path\n");
 }
 
+// No interface could read a path that is not UTF-8, and a repaired one would
+// name another file.
+TEST(HostEndToEndTest, ABundlePathThatIsNotUtf8AnswersEmptyWithTheLines) {
+  auto host = startedHost({.helpers = true, .bundleName = "bundle-caf\xE9"});
+  auto client = connectTo(*host);
+  ASSERT_TRUE(client);
+  EXPECT_EQ(call(*client, "assembly::getExecutingAssemblyPath"), ChannelReply::success(""));
+  EXPECT_EQ(call(*client, "assembly::getTXBinaryExecutablePath"), ChannelReply::success(""));
+  EXPECT_EQ(host->stop(), 0);
+  EXPECT_EQ(host->output(), "Error: Unable to find the executable URL\nError: Unable to find the resource path\n");
+}
+
 TEST(HostEndToEndTest, APayloadThatIsNotAMethodCallIsAnsweredBadMessageAndTheConnectionStays) {
   auto host = startedHost({});
   auto client = connectTo(*host);

@@ -273,8 +273,9 @@ TEST_F(ProcessManagerTest, MainWindowTitleIsTheFirstNamedWindowOfTheProcess) {
   const TitleCase cases[] = {
       {"first of two named windows",
        std::vector{window(7, "Editor"), window(7, "Palette")}, ChannelReply::success("Editor"), {}},
-      {"unnamed and empty-named windows passed over",
-       std::vector{window(7, std::nullopt), window(7, ""), window(7, "Second")}, ChannelReply::success("Second"), {}},
+      {"unnamed, empty-named and not-UTF-8-named windows passed over",
+       std::vector{window(7, std::nullopt), window(7, ""), window(7, "Caf\xE9"), window(7, "Fourth")},
+       ChannelReply::success("Fourth"), {}},
       {"other processes' windows passed over",
        std::vector{window(8, "Other"), window(std::nullopt, "Ownerless"), window(7, "Own")},
        ChannelReply::success("Own"), {}},

@@ -38,8 +38,7 @@ void writeHelper(const fs::path& path) {
 HostProcess::HostProcess(Layout layout) : layout_(layout) {
   char pattern[] = "/tmp/quillon-e2e-XXXXXX";
   directory_ = ::mkdtemp(pattern);
-  const fs::path bundle = fs::path(directory_) / "bundle";
-  fs::create_directories(bundle);
+  fs::create_directories(bundlePath());
   // A copy, not a link: the host finds its bundle through /proc/self/exe, which names the real file.
   fs::copy_file(QUILLON_HOST_BINARY, executablePath());
   if (layout_.dataDirectory) fs::create_directories(dataPath());

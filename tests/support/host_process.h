@@ -22,6 +22,8 @@ class HostProcess {
     bool helpers = false;
     // Take DISPLAY (and WAYLAND_DISPLAY) away: the host runs without windows.
     bool headless = false;
+    // The name of the directory that holds the executable and data/.
+    std::string bundleName = "bundle";
   };
 
   explicit HostProcess(Layout layout);
@@ -43,8 +45,8 @@ class HostProcess {
   std::optional<int> waitExit(std::chrono::milliseconds timeout) { return host_->waitExit(timeout); }
 
   const std::string& directory() const { return directory_; }
-  std::string executablePath() const { return directory_ + "/bundle/quillon-host"; }
-  std::string dataPath() const { return directory_ + "/bundle/data"; }
+  std::string executablePath() const { return bundlePath() + "/quillon-host"; }
+  std::string dataPath() const { return bundlePath() + "/data"; }
   const std::string& socketPath() const { return socketPath_; }
   // The environment that points a client (such as quillon-call) at this host.
   ChildProcess::Environment clientEnvironment() const;
@@ -53,6 +55,7 @@ class HostProcess {
 
  private:
   ChildProcess::Environment hostEnvironment() const;
+  std::string bundlePath() const { return directory_ + "/" + layout_.bundleName; }
 
   Layout layout_;
   std::string directory_;
