@@ -1,5 +1,14 @@
 // The host's entry: hands control to the application's main loop and exits
 // with its result.
+#include <csignal>
+
 #include "app/host_application.h"
 
-int main() { return quillon::HostApplication().run(); }
+int main() {
+  // Diagnostics go to standard output, whose reader may be gone (a launcher
+  // that exited, `quillon-host | head -1`): a write there fails and the line is
+  // lost, the host goes on. Decided before anything can write; the tools the
+  // host runs get the default disposition back.
+  std::signal(SIGPIPE, SIG_IGN);
+  return quillon::HostApplication().run();
+}

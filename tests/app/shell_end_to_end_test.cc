@@ -2,6 +2,11 @@
 // would drive it.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
@@ -32,6 +37,27 @@ TEST(HeadlessHostStartTest, AnswersTheCommandChannelRightAfterStartUp) {
   EXPECT_EQ(callHost(*interface, kNativeCommandChannel, "assembly::getExecutingAssemblyPath"),
             ChannelReply::success(host->executablePath()));
   EXPECT_TRUE(running(*host));
+}
+
+// A launcher that started the host and went away leaves it a standard output
+// that nobody reads: the host's lines there are lost, the host is not.
+TEST(HeadlessHostStartTest, PrintsToAStandardOutputWhoseReaderIsGoneAndGoesOn) {
+  HostProcess host({.dataDirectory = false, .headless = true});
+  const std::string output = host.directory() + "/host.out";
+  ASSERT_EQ(::mkfifo(output.c_str(), 0600), 0) << std::strerror(errno);
+  const int reader = ::open(output.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  ASSERT_GE(reader, 0) << std::strerror(errno);
+  host.start();  // Returns once the host runs, its standard output open on the pipe.
+  ::close(reader);
+  ASSERT_TRUE(host.waitReady()) << host.errorOutput();
+  const auto interface = connectTo(host);
+  ASSERT_TRUE(interface);
+  for (int line = 0; line < 3; ++line) {
+    EXPECT_EQ(callHost(*interface, kNativeCommandChannel, "assembly::getTXBinaryExecutablePath"),
+              ChannelReply::success(""));
+  }
+  EXPECT_TRUE(running(host));
+  EXPECT_EQ(host.stop(), 0);
 }
 
 TEST_F(HeadlessHostTest, EachSystemRequestWhileGuardedOffersTheQuitOnceAndTheHostKeepsRunning) {
