@@ -1,5 +1,7 @@
 #include "platform/linux/proc_process_table.h"
 
+#include "platform/linux/directory_entries.h"
+
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
@@ -81,11 +83,12 @@ std::vector<std::string> fullNameCandidates(pid_t id) {
 
 }  // namespace
 
-std::vector<pid_t> userSpaceProcessIds() {
+std::optional<std::vector<pid_t>> userSpaceProcessIds() {
+  const auto names = directoryEntries("/proc");
+  if (!names) return std::nullopt;
   std::vector<pid_t> ids;
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
-    const auto id = parseId(entry.path().filename().native());
+  for (const std::string& name : *names) {
+    const auto id = parseId(name);
     if (id && isUserSpaceProcess(*id)) ids.push_back(*id);
   }
   std::sort(ids.begin(), ids.end());

@@ -11,8 +11,9 @@
 
 namespace quillon {
 
-// The ids of the user-space processes (kernel threads left out), ascending.
-std::vector<pid_t> userSpaceProcessIds();
+// The ids of the user-space processes (kernel threads left out), ascending;
+// nothing when /proc cannot be read through.
+std::optional<std::vector<pid_t>> userSpaceProcessIds();
 
 // True when `id` names a user-space process: not a kernel thread, and not a
 // thread of another process (those answer in /proc but are not listed).

@@ -1,0 +1,36 @@
+#include "platform/linux/directory_entries.h"
+
+#include <dirent.h>
+
+#include <cerrno>
+#include <memory>
+#include <string_view>
+
+namespace quillon {
+
+namespace {
+
+struct DirectoryCloser {
+  void operator()(DIR* stream) const { closedir(stream); }
+};
+
+}  // namespace
+
+std::optional<std::vector<std::string>> directoryEntries(const std::string& directory) {
+  const std::unique_ptr<DIR, DirectoryCloser> stream(opendir(directory.c_str()));
+  if (!stream) return std::nullopt;
+  std::vector<std::string> names;
+  for (;;) {
+    // readdir tells the end from a failure only through errno.
+    errno = 0;
+    const dirent* entry = readdir(stream.get());
+    if (entry == nullptr) {
+      if (errno != 0) return std::nullopt;
+      return names;
+    }
+    const std::string_view name(entry->d_name);
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+}
+
+}  // namespace quillon
