@@ -1,14 +1,13 @@
 #include "platform/linux/proc_process_table.h"
 
-#include "platform/linux/directory_entries.h"
-
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string_view>
+
+#include "platform/linux/directory_entries.h"
+#include "platform/linux/small_file.h"
 
 namespace quillon {
 namespace {
@@ -22,14 +21,6 @@ std::string procPath(pid_t id, std::string_view entry) {
   return "/proc/" + std::to_string(id) + "/" + std::string(entry);
 }
 
-std::optional<std::string> readWhole(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
-  std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) return std::nullopt;
-  return content;
-}
-
 std::optional<pid_t> parseId(std::string_view text) {
   pid_t id = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
@@ -40,7 +31,7 @@ std::optional<pid_t> parseId(std::string_view text) {
 // The flags field of /proc/PID/stat: the seventh field after the command
 // name, which is parenthesised and may itself hold blanks and parentheses.
 std::optional<unsigned long> processFlags(pid_t id) {
-  const auto stat = readWhole(procPath(id, "stat"));
+  const auto stat = readSmallFile(procPath(id, "stat"));
   if (!stat) return std::nullopt;
   const std::size_t nameEnd = stat->rfind(')');
   if (nameEnd == std::string::npos) return std::nullopt;
@@ -53,7 +44,9 @@ std::optional<unsigned long> processFlags(pid_t id) {
 }
 
 std::optional<pid_t> threadGroupId(pid_t id) {
-  std::ifstream status(procPath(id, "status"));
+  const auto text = readSmallFile(procPath(id, "status"));
+  if (!text) return std::nullopt;
+  std::istringstream status(*text);
   for (std::string line; std::getline(status, line);) {
     constexpr std::string_view kTgid = "Tgid:";
     if (line.starts_with(kTgid)) {
@@ -75,7 +68,7 @@ std::vector<std::string> fullNameCandidates(pid_t id) {
   std::error_code error;
   const auto executable = std::filesystem::read_symlink(procPath(id, "exe"), error);
   if (!error) candidates.push_back(baseName(executable.native()));
-  if (const auto commandLine = readWhole(procPath(id, "cmdline"))) {
+  if (const auto commandLine = readSmallFile(procPath(id, "cmdline"))) {
     candidates.push_back(baseName(std::string_view(commandLine->c_str())));
   }
   return candidates;
@@ -102,7 +95,7 @@ bool isUserSpaceProcess(pid_t id) {
 }
 
 std::optional<std::string> applicationName(pid_t id) {
-  auto name = readWhole(procPath(id, "comm"));
+  auto name = readSmallFile(procPath(id, "comm"));
   if (!name) return std::nullopt;
   if (!name->empty() && name->back() == '\n') name->pop_back();
   if (name->size() < kCommandNameLimit) return name;

@@ -1,16 +1,32 @@
 #include "platform/linux/small_file.h"
 
-#include <fstream>
-#include <iterator>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+
+#include "embedding/unique_fd.h"
 
 namespace quillon {
 
+// Plain reads: a file of /proc or /sys may fail partway (its process ended,
+// its device went), and a stream would throw there.
 std::optional<std::string> readSmallFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
-  std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (file.bad()) return std::nullopt;
-  return bytes;
+  UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.valid()) return std::nullopt;
+  std::string bytes;
+  std::array<char, 4096> buffer;
+  for (;;) {
+    const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
+    if (count > 0) {
+      bytes.append(buffer.data(), static_cast<std::size_t>(count));
+    } else if (count == 0) {
+      return bytes;
+    } else if (errno != EINTR) {
+      return std::nullopt;
+    }
+  }
 }
 
 std::string withoutFinalLineFeed(std::string text) {
