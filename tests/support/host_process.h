@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/support/child_process.h"
 
@@ -22,6 +23,11 @@ class HostProcess {
     bool helpers = false;
     // Take DISPLAY (and WAYLAND_DISPLAY) away: the host runs without windows.
     bool headless = false;
+    // More variables for the host, over the bundle's own.
+    ChildProcess::Environment environment = {};
+    // A program and its arguments that start the host, whose path is added
+    // last (for instance a private mount namespace); none: the host itself.
+    std::vector<std::string> launcher = {};
   };
 
   explicit HostProcess(Layout layout);
