@@ -1,10 +1,11 @@
 #include "platform/linux/proc_process_table.h"
 
+#include <glib.h>
+
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string_view>
 
@@ -20,12 +21,14 @@ std::string procPath(pid_t id, std::string_view entry) {
   return "/proc/" + std::to_string(id) + "/" + std::string(entry);
 }
 
+// Through GLib: a process that ends between the open and the read makes the
+// read fail (ESRCH), which libstdc++'s stream buffers would throw out of
+// istreambuf_iterator and end the host.
 std::optional<std::string> readWhole(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
-  std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) return std::nullopt;
-  return content;
+  g_autofree gchar* contents = nullptr;
+  gsize length = 0;
+  if (!g_file_get_contents(path.c_str(), &contents, &length, nullptr)) return std::nullopt;
+  return std::string(contents, length);
 }
 
 std::optional<pid_t> parseId(std::string_view text) {

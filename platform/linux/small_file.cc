@@ -1,16 +1,17 @@
 #include "platform/linux/small_file.h"
 
-#include <fstream>
-#include <iterator>
+#include <glib.h>
 
 namespace quillon {
 
+// Through GLib, which reports a failed read as an error: libstdc++'s stream
+// buffers throw it out of istreambuf_iterator instead, and a /proc file whose
+// process ends between the open and the read fails its read (ESRCH).
 std::optional<std::string> readSmallFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return std::nullopt;
-  std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (file.bad()) return std::nullopt;
-  return bytes;
+  g_autofree gchar* contents = nullptr;
+  gsize length = 0;
+  if (!g_file_get_contents(path.c_str(), &contents, &length, nullptr)) return std::nullopt;
+  return std::string(contents, length);
 }
 
 std::string withoutFinalLineFeed(std::string text) {
