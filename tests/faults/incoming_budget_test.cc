@@ -16,7 +16,7 @@ constexpr int kClients = 8;
 
 TEST(IncomingBudgetTest, ConnectionsWhoseUnfinishedFramesWouldPassTheBudgetAreClosedAndTheRestServed) {
   auto host = startedHost({.headless = true});
-  const std::size_t residentAtStart = residentBytes(host->pid());
+  [[maybe_unused]] const std::size_t residentAtStart = residentBytes(host->pid());
   // A message of the largest size that wants no answer.
   const std::vector<std::uint8_t> frame =
       encodeMessageFrame(0, "quillon.test/large", std::vector<std::uint8_t>(kMaxFrameLength - 64, 0x42));
@@ -34,8 +34,12 @@ TEST(IncomingBudgetTest, ConnectionsWhoseUnfinishedFramesWouldPassTheBudgetAreCl
   EXPECT_TRUE(waitUntil([&] { return countOccurrences(host->errorOutput(), "would pass 256 MiB") == kClients - kept; },
                         kAnswerTime))
       << host->errorOutput();
-  // The kept frames' bytes, and what growing their buffers left behind.
+#ifndef __SANITIZE_ADDRESS__
+  // The kept frames' bytes, and what growing their buffers left behind. (Under
+  // AddressSanitizer freed memory stays in its quarantine, so only the plain
+  // build can tell.)
   EXPECT_LT(residentBytes(host->pid()), residentAtStart + kIncomingBudget + 96 * kMiB);
+#endif
 
   auto newcomer = connectTo(*host);
   ASSERT_TRUE(newcomer);
