@@ -30,8 +30,8 @@ bool accepts(const std::string& path) {
 class OwnXServer {
  public:
   OwnXServer() {
-    std::random_device random;
-    number_ = 500 + static_cast<int>(random() % 400);
+    std::random_device device;
+    number_ = 500 + static_cast<int>(device() % 400);
     while (fs::exists(socketPath()) || fs::exists("/tmp/.X" + std::to_string(number_) + "-lock")) ++number_;
     server_ = std::make_unique<ChildProcess>("/usr/bin/Xvfb",
                                              std::vector<std::string>{name(), "-screen", "0", "640x480x24", "-nolisten", "tcp"},
