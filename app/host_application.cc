@@ -4,6 +4,7 @@
 
 #include "app/link_view_engine.h"
 #include "app/main_window_description.h"
+#include "platform/linux/display_loss.h"
 #include "platform/linux/gtk_desktop.h"
 #include "platform/linux/gtk_main_window.h"
 #include "process/process_manager.h"
@@ -20,7 +21,8 @@ int HostApplication::run() {
     std::fprintf(stderr, "quillon-host: %s\n", failure->c_str());
     return 1;
   }
-  MainFlutterWindow window(createMainWindow(),
+  Engine& link = engine->engine();
+  MainFlutterWindow window(createMainWindow(link),
                            MainFlutterWindow::Setup{
                                std::move(engine),
                                [this] { return std::make_unique<ProcessManager>(services_.processEnvironment()); },
@@ -38,11 +40,12 @@ int HostApplication::run() {
   return status;
 }
 
-std::unique_ptr<NativeWindow> HostApplication::createMainWindow() {
+std::unique_ptr<NativeWindow> HostApplication::createMainWindow(Engine& link) {
   if (!gtkDesktopAvailable()) {
     std::fputs("quillon-host: no display; running without windows\n", stderr);
     return nullptr;
   }
+  endOnDisplayLoss([&link] { link.shutdown(); });
   return std::make_unique<GtkMainWindow>(kMainWindowDescription.title, kMainWindowDescription.frame,
                                          TerminationRequests{[this] { application_.terminate(); },
                                                              [this] { application_.lastWindowClosed(); }});

@@ -3,6 +3,8 @@
 // description, the window's wake-up, the end of launching) and runs the main
 // loop until a termination request is granted. Without a display it runs all
 // the same, without windows; the system's signals still reach the handshake.
+// When the display goes away under it, it closes the link and ends at once
+// with status 0 (platform/linux/display_loss.h).
 //
 // Contract: construct, run() once, destroy, all on the main thread. run()
 // answers the process's exit status; everything it built, the link included,
@@ -15,6 +17,7 @@
 #include "app/application.h"
 #include "app/host_services.h"
 #include "app/main_flutter_window.h"
+#include "embedding/engine.h"
 #include "platform/linux/gio_url_opener.h"
 #include "platform/linux/glib_main_loop.h"
 #include "platform/linux/libsecret_secret_store.h"
@@ -30,7 +33,7 @@ class HostApplication {
   int run();
 
  private:
-  std::unique_ptr<NativeWindow> createMainWindow();
+  std::unique_ptr<NativeWindow> createMainWindow(Engine& link);
 
   HostServices services_;
   GioUrlOpener urlOpener_;

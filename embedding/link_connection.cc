@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <string>
 
 namespace quillon {
 
@@ -17,12 +18,18 @@ constexpr std::size_t kMaxPendingOutput = 4 * std::size_t{kMaxFrameLength};
 
 }  // namespace
 
-std::shared_ptr<LinkConnection> LinkConnection::adopt(UniqueFd socket, FrameHandler onFrame, ClosedHandler onClosed) {
-  return std::make_shared<LinkConnection>(Token{}, std::move(socket), std::move(onFrame), std::move(onClosed));
+std::shared_ptr<LinkConnection> LinkConnection::adopt(UniqueFd socket, std::shared_ptr<IncomingBudget> budget,
+                                                      FrameHandler onFrame, ClosedHandler onClosed) {
+  return std::make_shared<LinkConnection>(Token{}, std::move(socket), std::move(budget), std::move(onFrame),
+                                          std::move(onClosed));
 }
 
-LinkConnection::LinkConnection(Token, UniqueFd socket, FrameHandler onFrame, ClosedHandler onClosed)
-    : socket_(std::move(socket)), onFrame_(std::move(onFrame)), onClosed_(std::move(onClosed)) {
+LinkConnection::LinkConnection(Token, UniqueFd socket, std::shared_ptr<IncomingBudget> budget, FrameHandler onFrame,
+                               ClosedHandler onClosed)
+    : socket_(std::move(socket)),
+      onFrame_(std::move(onFrame)),
+      onClosed_(std::move(onClosed)),
+      budget_(std::move(budget)) {
   readSource_ = g_unix_fd_add(socket_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR), onReadable, this);
 }
 
@@ -62,8 +69,13 @@ void LinkConnection::readAvailable() {
     if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR) return;
     return close(std::string("read failed: ") + std::strerror(errno));
   }
+  if (!budget_->resize(budgetShare_, reader_.buffered() + static_cast<std::size_t>(count))) {
+    return close("unfinished frames of all interface connections would pass " +
+                 std::to_string(budget_->limit() >> 20) + " MiB");
+  }
   reader_.append(std::span<const std::uint8_t>(chunk, static_cast<std::size_t>(count)));
   deliverFrames();
+  if (isOpen()) budget_->resize(budgetShare_, reader_.buffered());
 }
 
 void LinkConnection::deliverFrames() {
@@ -113,6 +125,7 @@ void LinkConnection::close(const std::optional<std::string>& fault) {
   socket_.reset();
   outgoing_.clear();
   outgoingStart_ = 0;
+  budget_->resize(budgetShare_, 0);
   if (auto onClosed = std::exchange(onClosed_, nullptr)) onClosed(*this, fault);
 }
 

@@ -4,7 +4,9 @@
 // hold it weakly, so an answer that comes after the client has left is dropped.
 // It never blocks: incoming bytes are kept until a frame is complete, outgoing
 // bytes until the socket takes them, both driven by GLib sources on the default
-// main context. Each complete frame goes to the frame handler, one at a time, in
+// main context. The bytes of its unfinished frame are its share of the
+// incoming budget that all connections share; a read that would pass the
+// budget closes the connection. Each complete frame goes to the frame handler, one at a time, in
 // arrival order. A framing error, the end of the stream or a socket error closes
 // the connection; the closed handler is then called exactly once, and no
 // handler is called after it.
@@ -19,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "embedding/incoming_budget.h"
 #include "embedding/link_frame.h"
 #include "embedding/unique_fd.h"
 
@@ -31,7 +34,8 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
   using ClosedHandler = std::function<void(LinkConnection& connection, const std::optional<std::string>& fault)>;
 
   // Takes a connected, non-blocking stream socket and starts reading it.
-  static std::shared_ptr<LinkConnection> adopt(UniqueFd socket, FrameHandler onFrame, ClosedHandler onClosed);
+  static std::shared_ptr<LinkConnection> adopt(UniqueFd socket, std::shared_ptr<IncomingBudget> budget,
+                                               FrameHandler onFrame, ClosedHandler onClosed);
 
   LinkConnection(const LinkConnection&) = delete;
   LinkConnection& operator=(const LinkConnection&) = delete;
@@ -48,7 +52,8 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
 
  public:
   // For make_shared in adopt() only: the Token keeps everyone else out.
-  LinkConnection(Token, UniqueFd socket, FrameHandler onFrame, ClosedHandler onClosed);
+  LinkConnection(Token, UniqueFd socket, std::shared_ptr<IncomingBudget> budget, FrameHandler onFrame,
+                 ClosedHandler onClosed);
 
  private:
   static gboolean onReadable(gint fd, GIOCondition condition, gpointer self);
@@ -61,6 +66,8 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
   UniqueFd socket_;
   FrameHandler onFrame_;
   ClosedHandler onClosed_;
+  std::shared_ptr<IncomingBudget> budget_;
+  std::size_t budgetShare_ = 0;
   FrameReader reader_;
   std::vector<std::uint8_t> outgoing_;
   std::size_t outgoingStart_ = 0;

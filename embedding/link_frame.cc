@@ -12,6 +12,10 @@ namespace {
 
 constexpr std::size_t kHeaderSize = kFrameLengthSize + 1 + 4;  // length, kind, id
 constexpr std::size_t kNameLengthSize = 2;
+// What a reader keeps of its buffer once every frame in it has been taken: a
+// few reads' worth. A large frame's room is given back, so an idle connection
+// holds next to nothing whatever it sent before.
+constexpr std::size_t kKeptCapacity = 1024 * 1024;
 
 void putU16(std::vector<std::uint8_t>& out, std::uint16_t value) {
   out.push_back(static_cast<std::uint8_t>(value & 0xffu));
@@ -113,6 +117,10 @@ void FrameReader::append(std::span<const std::uint8_t> bytes) {
 FrameParse FrameReader::next() {
   FrameParse parse = parseFrame(std::span<const std::uint8_t>(buffer_).subspan(start_));
   if (parse.status == FrameParse::Status::complete) start_ += parse.consumed;
+  if (start_ == buffer_.size() && buffer_.capacity() > kKeptCapacity) {
+    buffer_ = {};
+    start_ = 0;
+  }
   return parse;
 }
 

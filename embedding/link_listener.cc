@@ -1,5 +1,6 @@
 #include "embedding/link_listener.h"
 
+#include <fcntl.h>
 #include <glib-unix.h>
 #include <glib/gstdio.h>
 #include <sys/socket.h>
@@ -15,7 +16,18 @@ namespace quillon {
 
 namespace {
 
+constexpr guint kRetrySeconds = 1;
+
 std::string systemError(const std::string& what) { return what + ": " + std::strerror(errno); }
+
+UniqueFd acceptOne(int listening) {
+  return UniqueFd(::accept4(listening, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+}
+
+// The descriptor kept in reserve for the moment none is left.
+UniqueFd takeSpare() { return UniqueFd(::open("/dev/null", O_RDONLY | O_CLOEXEC)); }
+
+bool outOfDescriptors(int error) { return error == EMFILE || error == ENFILE; }
 
 std::optional<sockaddr_un> socketAddress(const std::string& path) {
   sockaddr_un address{};
@@ -100,15 +112,20 @@ std::optional<std::string> LinkListener::listen(AcceptHandler onAccepted) {
   device_ = status.st_dev;
   inode_ = status.st_ino;
   socket_ = std::move(socket);
+  spare_ = takeSpare();
   onAccepted_ = std::move(onAccepted);
-  source_ = g_unix_fd_add(socket_.get(), G_IO_IN, onAcceptable, this);
+  watchSocket();
   return std::nullopt;
 }
 
+void LinkListener::watchSocket() { source_ = g_unix_fd_add(socket_.get(), G_IO_IN, onAcceptable, this); }
+
 void LinkListener::close() {
   if (!socket_.valid()) return;
-  g_source_remove(std::exchange(source_, 0u));
+  if (source_ != 0) g_source_remove(std::exchange(source_, 0u));
+  if (retrySource_ != 0) g_source_remove(std::exchange(retrySource_, 0u));
   socket_.reset();
+  spare_.reset();
   // Leave the path alone if another host has replaced our socket meanwhile.
   struct stat status {};
   if (::lstat(path_.c_str(), &status) == 0 && status.st_dev == device_ && status.st_ino == inode_) {
@@ -121,24 +138,77 @@ gboolean LinkListener::onAcceptable(gint, GIOCondition, gpointer self) {
   return G_SOURCE_CONTINUE;
 }
 
+gboolean LinkListener::onRetry(gpointer self) {
+  auto* listener = static_cast<LinkListener*>(self);
+  listener->retrySource_ = 0;
+  if (!listener->spare_.valid()) listener->spare_ = takeSpare();
+  listener->watchSocket();
+  return G_SOURCE_REMOVE;
+}
+
 void LinkListener::acceptPending() {
   for (;;) {
-    UniqueFd client(::accept4(socket_.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (!client.valid()) {
-      if (errno == EINTR || errno == ECONNABORTED) continue;
-      if (errno != EAGAIN && errno != EWOULDBLOCK) std::perror("quillon-host: accepting an interface connection");
-      return;
-    }
-    ucred credentials{};
-    socklen_t size = sizeof credentials;
-    if (::getsockopt(client.get(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0 ||
-        credentials.uid != allowedUser_) {
-      std::fprintf(stderr, "quillon-host: refused an interface connection of user %u\n",
-                   static_cast<unsigned>(credentials.uid));
+    UniqueFd client = acceptOne(socket_.get());
+    if (client.valid()) {
+      accepted(std::move(client));
       continue;
     }
-    onAccepted_(std::move(client));
+    const int error = errno;
+    if (error == EINTR || error == ECONNABORTED) continue;
+    if (error == EAGAIN || error == EWOULDBLOCK) return;
+    reportCannotAccept(error);
+    if (outOfDescriptors(error)) {
+      const Shed shed = shedOneWaiting();
+      if (shed == Shed::closedOne) continue;
+      if (shed == Shed::nothingWaiting) return;
+    }
+    return pauseAccepting();
   }
+}
+
+void LinkListener::accepted(UniqueFd client) {
+  cannotAccept_ = false;
+  ucred credentials{};
+  socklen_t size = sizeof credentials;
+  if (::getsockopt(client.get(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0 ||
+      credentials.uid != allowedUser_) {
+    std::fprintf(stderr, "quillon-host: refused an interface connection of user %u\n",
+                 static_cast<unsigned>(credentials.uid));
+    return;
+  }
+  onAccepted_(std::move(client));
+}
+
+// Lets the spare go for as long as it takes to accept the first waiting
+// connection and close it unanswered (its client sees the end of the stream),
+// so that it stops making the socket readable.
+LinkListener::Shed LinkListener::shedOneWaiting() {
+  if (!spare_.valid()) return Shed::stuck;
+  spare_.reset();
+  UniqueFd refused = acceptOne(socket_.get());
+  const int error = errno;
+  const bool closedOne = refused.valid();
+  refused.reset();
+  spare_ = takeSpare();
+  if (!spare_.valid()) return Shed::stuck;
+  if (closedOne || error == EINTR || error == ECONNABORTED) return Shed::closedOne;
+  if (error == EAGAIN || error == EWOULDBLOCK) return Shed::nothingWaiting;
+  return Shed::stuck;
+}
+
+// Stops watching the socket, whose waiting connections would wake the loop
+// without end, and looks again later.
+void LinkListener::pauseAccepting() {
+  if (source_ != 0) g_source_remove(std::exchange(source_, 0u));
+  retrySource_ = g_timeout_add_seconds(kRetrySeconds, onRetry, this);
+}
+
+void LinkListener::reportCannotAccept(int error) {
+  if (std::exchange(cannotAccept_, true)) return;
+  std::fprintf(stderr,
+               "quillon-host: accepting an interface connection: %s; interface connections are not served until "
+               "this passes\n",
+               std::strerror(error));
 }
 
 }  // namespace quillon

@@ -7,6 +7,14 @@
 // close-on-exec, to the accept handler; a connection of any other user is
 // closed at once. close() (also done by the destructor) stops listening and
 // removes the socket file if it is still the one this listener made.
+//
+// Out of descriptors, a waiting connection would make the socket readable
+// without end. The listener keeps one spare descriptor: it lets it go to accept
+// the connection that cannot be served and close it at once, then takes it
+// back. When even that fails, it stops watching the socket and tries again
+// once a second, leaving the connections queued. Either way it says so in one
+// line per episode on standard error; an episode ends when a connection is
+// accepted normally again.
 #pragma once
 
 #include <glib.h>
@@ -36,15 +44,26 @@ class LinkListener {
   const std::string& path() const { return path_; }
 
  private:
+  enum class Shed { closedOne, nothingWaiting, stuck };
+
   static gboolean onAcceptable(gint fd, GIOCondition condition, gpointer self);
+  static gboolean onRetry(gpointer self);
   std::optional<std::string> clearPath() const;
   void acceptPending();
+  void accepted(UniqueFd client);
+  Shed shedOneWaiting();
+  void pauseAccepting();
+  void watchSocket();
+  void reportCannotAccept(int error);
 
   std::string path_;
   uid_t allowedUser_;
   AcceptHandler onAccepted_;
   UniqueFd socket_;
+  UniqueFd spare_;
   guint source_ = 0;
+  guint retrySource_ = 0;
+  bool cannotAccept_ = false;  // An episode without descriptors has been reported.
   dev_t device_ = 0;
   ino_t inode_ = 0;
 };

@@ -5,11 +5,14 @@
 
 namespace quillon {
 
+LinkMessenger::LinkMessenger(std::size_t incomingBudget)
+    : budget_(std::make_shared<IncomingBudget>(incomingBudget)) {}
+
 LinkMessenger::~LinkMessenger() { closeAll(); }
 
 void LinkMessenger::adopt(UniqueFd socket) {
   connections_.push_back(LinkConnection::adopt(
-      std::move(socket), [this](LinkConnection& connection, LinkFrame frame) { onFrame(connection, std::move(frame)); },
+      std::move(socket), budget_, [this](LinkConnection& connection, LinkFrame frame) { onFrame(connection, std::move(frame)); },
       [this](LinkConnection& connection, const std::optional<std::string>& fault) { onClosed(connection, fault); }));
 }
 

@@ -6,7 +6,8 @@
 // a handler gets the empty reply. Replies go back to the connection that asked,
 // if it is still there; a message sent with id 0 has its reply dropped.
 // Messages that the host sends go to every connected interface. Reply frames
-// from an interface are dropped: the host never asks for an answer.
+// from an interface are dropped: the host never asks for an answer. The
+// connections share one budget for the bytes of their unfinished frames.
 #pragma once
 
 #include <functional>
@@ -22,7 +23,7 @@ namespace quillon {
 
 class LinkMessenger final : public BinaryMessenger {
  public:
-  LinkMessenger() = default;
+  explicit LinkMessenger(std::size_t incomingBudget = kIncomingBudget);
   LinkMessenger(const LinkMessenger&) = delete;
   LinkMessenger& operator=(const LinkMessenger&) = delete;
   ~LinkMessenger() override;
@@ -31,6 +32,8 @@ class LinkMessenger final : public BinaryMessenger {
   void adopt(UniqueFd socket);
   void closeAll();
   std::size_t connectionCount() const { return connections_.size(); }
+  // The bytes of unfinished frames held for all connections.
+  std::size_t incomingBytesHeld() const { return budget_->used(); }
 
   void send(std::string_view channel, std::vector<std::uint8_t> message) override;
   void setMessageHandler(std::string channel, MessageHandler handler) override;
@@ -39,6 +42,7 @@ class LinkMessenger final : public BinaryMessenger {
   void onFrame(LinkConnection& connection, LinkFrame frame);
   void onClosed(LinkConnection& connection, const std::optional<std::string>& fault);
 
+  std::shared_ptr<IncomingBudget> budget_;
   std::map<std::string, MessageHandler, std::less<>> handlers_;
   std::vector<std::shared_ptr<LinkConnection>> connections_;
 };

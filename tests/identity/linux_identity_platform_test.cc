@@ -8,6 +8,7 @@
 #include "platform/linux/glib_uuid_generator.h"
 #include "platform/linux/linux_hardware_identity.h"
 #include "platform/linux/linux_temporary_directory.h"
+#include "platform/linux/small_file.h"
 #include "platform/linux/sysfs_network_interfaces.h"
 #include "tests/identity/test_certificates.h"
 
@@ -98,6 +99,12 @@ INSTANTIATE_TEST_SUITE_P(
         IdentityFilesCase{"bad_machine_id", std::nullopt, "uninitialized\n", std::nullopt},
         IdentityFilesCase{"neither", std::nullopt, std::nullopt, std::nullopt}),
     [](const auto& testCase) { return std::string(testCase.param.name); });
+
+TEST(SmallFileTest, AFileThatOpensButCannotBeReadIsNothing) {
+  // read() of a directory fails, as that of a /proc file whose process ends after the open.
+  const testing::ScratchDirectory root;
+  EXPECT_EQ(readSmallFile(root.path()), std::nullopt);
+}
 
 TEST(LinuxTemporaryDirectoryTest, WritesInTmpdirElseTmp) {
   const testing::ScratchDirectory root;

@@ -14,6 +14,9 @@ using testing::LinkPeer;
 using testing::pumpUntil;
 using Bytes = std::vector<std::uint8_t>;
 
+// Small enough for frames that a socket pair takes in one write.
+constexpr std::size_t kIncomingBudgetOfTheTests = 64 * 1024;
+
 class LinkMessengerTest : public ::testing::Test {
  protected:
   LinkPeer connect() {
@@ -30,7 +33,7 @@ class LinkMessengerTest : public ::testing::Test {
     });
   }
 
-  LinkMessenger messenger_;
+  LinkMessenger messenger_{kIncomingBudgetOfTheTests};
   std::vector<Bytes> received_;
 };
 
@@ -119,6 +122,31 @@ TEST_F(LinkMessengerTest, BrokenFramingClosesOnlyThatConnection) {
   const auto reply = healthy.receive();
   ASSERT_TRUE(reply);
   EXPECT_EQ(reply->payload, (Bytes{2, 1}));
+}
+
+TEST_F(LinkMessengerTest, TheConnectionWhoseUnfinishedFrameWouldPassTheSharedBudgetIsClosedAlone) {
+  installReversingHandler("echo");
+  const Bytes frame = encodeMessageFrame(1, "echo", Bytes(48 * 1024, 7));
+  const auto start = std::span(frame).first(40 * 1024);
+  LinkPeer first = connect();
+  LinkPeer second = connect();
+  first.send(start);
+  ASSERT_TRUE(pumpUntil([&] { return messenger_.incomingBytesHeld() == start.size(); }));
+  second.send(start);
+  EXPECT_TRUE(second.closedByHost());
+  EXPECT_EQ(messenger_.connectionCount(), 1u);
+  EXPECT_EQ(messenger_.incomingBytesHeld(), start.size());
+
+  first.send(std::span(frame).subspan(start.size()));
+  const auto reply = first.receive();
+  ASSERT_TRUE(reply);
+  EXPECT_EQ(reply->payload.size(), 48u * 1024u);
+  EXPECT_EQ(messenger_.incomingBytesHeld(), 0u);
+  // What the finished frame held is free again for the others.
+  LinkPeer third = connect();
+  third.send(start);
+  ASSERT_TRUE(pumpUntil([&] { return messenger_.incomingBytesHeld() == start.size(); }));
+  EXPECT_FALSE(third.closedByHost(std::chrono::milliseconds(50)));
 }
 
 TEST_F(LinkMessengerTest, SendGoesToEveryConnectionWithoutAskingForAReply) {

@@ -64,6 +64,7 @@ ChildProcess::Environment HostProcess::hostEnvironment() const {
     environment["DISPLAY"] = std::nullopt;
     environment["WAYLAND_DISPLAY"] = std::nullopt;
   }
+  for (const auto& [name, value] : layout_.environment) environment[name] = value;
   return environment;
 }
 
@@ -71,8 +72,14 @@ ChildProcess::Environment HostProcess::clientEnvironment() const { return {{"QUI
 
 std::unique_ptr<ChildProcess> HostProcess::spawnHost(const std::string& name) const {
   const std::string files = directory_ + "/" + name;
-  return std::make_unique<ChildProcess>(executablePath(), std::vector<std::string>{}, hostEnvironment(),
-                                        files + ".out", files + ".err");
+  if (layout_.launcher.empty()) {
+    return std::make_unique<ChildProcess>(executablePath(), std::vector<std::string>{}, hostEnvironment(),
+                                          files + ".out", files + ".err");
+  }
+  std::vector<std::string> arguments(layout_.launcher.begin() + 1, layout_.launcher.end());
+  arguments.push_back(executablePath());
+  return std::make_unique<ChildProcess>(layout_.launcher.front(), arguments, hostEnvironment(), files + ".out",
+                                        files + ".err");
 }
 
 bool HostProcess::waitReady(std::chrono::milliseconds timeout) {

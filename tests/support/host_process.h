@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/support/child_process.h"
 
@@ -24,6 +25,11 @@ class HostProcess {
     bool headless = false;
     // The name of the directory that holds the executable and data/.
     std::string bundleName = "bundle";
+    // More variables for the host, over the bundle's own.
+    ChildProcess::Environment environment = {};
+    // A program and its arguments that start the host, whose path is added
+    // last (for instance a private mount namespace); none: the host itself.
+    std::vector<std::string> launcher = {};
   };
 
   explicit HostProcess(Layout layout);
