@@ -6,6 +6,7 @@
 #include "app/main_window_description.h"
 #include "platform/linux/gtk_desktop.h"
 #include "platform/linux/gtk_main_window.h"
+#include "platform/linux/gtk_program_class.h"
 #include "process/process_manager.h"
 #include "platform/linux/termination_signals.h"
 
@@ -43,6 +44,7 @@ std::unique_ptr<NativeWindow> HostApplication::createMainWindow() {
     std::fputs("quillon-host: no display; running without windows\n", stderr);
     return nullptr;
   }
+  setProgramClass(kMainWindowDescription.programName, kMainWindowDescription.windowClass);
   return std::make_unique<GtkMainWindow>(kMainWindowDescription.title, kMainWindowDescription.frame,
                                          TerminationRequests{[this] { application_.terminate(); },
                                                              [this] { application_.lastWindowClosed(); }});

@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fstream>
 #include <thread>
+#include <vector>
 
 #include "app/main_window_description.h"
 #include "tests/app/host_conversation.h"
@@ -133,6 +135,23 @@ TEST_F(DesktopHostTest, ForceQuitEndsTheHostWithStatusZero) {
   forceQuit(*interface_);
   EXPECT_EQ(host_->waitExit(kAnswerTime), 0);
   EXPECT_TRUE(interface_->waitForClose(kAnswerTime));
+}
+
+// Docks and task bars put the window under the menu entry whose
+// StartupWMClass names its class.
+TEST_F(DesktopHostTest, TheMainWindowCarriesTheClassThatTheDesktopEntryNames) {
+  const std::string window = showMainWindow();
+  ASSERT_FALSE(window.empty());
+  const std::string windowClass = kMainWindowDescription.windowClass;
+  EXPECT_EQ(runTool("xprop -id " + window + " WM_CLASS"),
+            "WM_CLASS(STRING) = \"" + std::string(kMainWindowDescription.programName) + "\", \"" + windowClass + "\"");
+  std::ifstream entry(QUILLON_DESKTOP_ENTRY);
+  std::string line;
+  std::vector<std::string> named;
+  while (std::getline(entry, line)) {
+    if (line.starts_with("StartupWMClass=")) named.push_back(line.substr(line.find('=') + 1));
+  }
+  EXPECT_EQ(named, std::vector<std::string>{windowClass});
 }
 
 }  // namespace
