@@ -1,7 +1,10 @@
 #include "app/host_application.h"
 
 #include <cstdio>
+#include <cstdlib>
 
+#include "app/instance_channel.h"
+#include "app/launch_handover.h"
 #include "app/link_view_engine.h"
 #include "app/main_window_description.h"
 #include "platform/linux/gtk_desktop.h"
@@ -18,6 +21,9 @@ int HostApplication::run() {
   const TerminationSignals signals([this] { application_.terminate(); });
   auto engine = std::make_unique<LinkViewEngine>();
   if (const auto failure = engine->engine().start()) {
+    if (engine->engine().anotherHostServes()) {
+      return handOverLaunch(engine->engine().socketPath(), launchStartupId(), *failure);
+    }
     std::fprintf(stderr, "quillon-host: %s\n", failure->c_str());
     return 1;
   }
@@ -33,10 +39,19 @@ int HostApplication::run() {
   application_.setMainFlutterWindow(&window);
   window.awakeFromNib();
   application_.finishLaunching();
+  // Later launches of the application hand themselves over to this one.
+  const InstanceChannel instance(window.contentViewController()->engine().binaryMessenger(), application_);
 
   const int status = application_.run();
   application_.setMainFlutterWindow(nullptr);
   return status;
+}
+
+std::string HostApplication::launchStartupId() {
+  // Set by the desktop for a launch from a menu entry that asks for startup
+  // notification; GTK takes it over once it opens the display.
+  const char* id = std::getenv("DESKTOP_STARTUP_ID");
+  return id != nullptr ? id : "";
 }
 
 std::unique_ptr<NativeWindow> HostApplication::createMainWindow() {

@@ -3,6 +3,8 @@
 // description, the window's wake-up, the end of launching) and runs the main
 // loop until a termination request is granted. Without a display it runs all
 // the same, without windows; the system's signals still reach the handshake.
+// When another host already serves the interface link, the launch is handed
+// over to it and the process ends.
 //
 // Contract: construct, run() once, destroy, all on the main thread. run()
 // answers the process's exit status; everything it built, the link included,
@@ -10,6 +12,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "app/app_delegate.h"
 #include "app/application.h"
@@ -30,6 +33,7 @@ class HostApplication {
   int run();
 
  private:
+  static std::string launchStartupId();
   std::unique_ptr<NativeWindow> createMainWindow();
 
   HostServices services_;

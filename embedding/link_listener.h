@@ -33,11 +33,15 @@ class LinkListener {
   std::optional<std::string> listen(AcceptHandler onAccepted);
   void close();
 
+  // Whether listen() failed because a live host answers on the path.
+  bool anotherHostServes() const { return anotherHostServes_; }
+
   const std::string& path() const { return path_; }
 
  private:
   static gboolean onAcceptable(gint fd, GIOCondition condition, gpointer self);
-  std::optional<std::string> clearPath() const;
+  std::optional<std::string> clearPath();
+  std::string servedElsewhere();
   void acceptPending();
 
   std::string path_;
@@ -47,6 +51,7 @@ class LinkListener {
   guint source_ = 0;
   dev_t device_ = 0;
   ino_t inode_ = 0;
+  bool anotherHostServes_ = false;
 };
 
 }  // namespace quillon

@@ -70,10 +70,13 @@ ChildProcess::Environment HostProcess::hostEnvironment() const {
 
 ChildProcess::Environment HostProcess::clientEnvironment() const { return {{"QUILLON_INTERFACE_SOCKET", socketPath_}}; }
 
-std::unique_ptr<ChildProcess> HostProcess::spawnHost(const std::string& name) const {
+std::unique_ptr<ChildProcess> HostProcess::spawnHost(const std::string& name,
+                                                     const ChildProcess::Environment& extra) const {
   const std::string files = directory_ + "/" + name;
-  return std::make_unique<ChildProcess>(executablePath(), std::vector<std::string>{}, hostEnvironment(),
-                                        files + ".out", files + ".err");
+  ChildProcess::Environment environment = hostEnvironment();
+  for (const auto& [variable, value] : extra) environment[variable] = value;
+  return std::make_unique<ChildProcess>(executablePath(), std::vector<std::string>{}, environment, files + ".out",
+                                        files + ".err");
 }
 
 bool HostProcess::waitReady(std::chrono::milliseconds timeout) {
