@@ -1,6 +1,7 @@
 #include "app/launch_handover.h"
 
 #include <cstdio>
+#include <optional>
 
 #include "app/instance_channel.h"
 #include "tools/link_client.h"
