@@ -1,5 +1,7 @@
 #include "app/application.h"
 
+#include "app/main_flutter_window.h"
+
 namespace quillon {
 
 void Application::terminate() {
@@ -8,6 +10,10 @@ void Application::terminate() {
 
 void Application::lastWindowClosed() {
   if (delegate_.applicationShouldTerminateAfterLastWindowClosed(*this)) terminate();
+}
+
+bool Application::reopen(const std::string& startupId) {
+  return mainFlutterWindow_ != nullptr && mainFlutterWindow_->bringForward(startupId);
 }
 
 }  // namespace quillon

@@ -1,12 +1,15 @@
 // Application: the application object of the host. It routes every termination
 // request of the desktop (the Quit command, the closing of the last window, the
 // system's signals) to the delegate and ends the main loop only when the
-// delegate grants it.
+// delegate grants it. Another launch of the application, handed over to this
+// one, brings the main window forward.
 //
 // Contract: main thread only. It borrows the delegate, the main loop and the
 // main window, which must outlive it; the main window may be absent (no
 // display, or not created yet).
 #pragma once
+
+#include <string>
 
 #include "app/app_delegate.h"
 #include "platform/main_loop.h"
@@ -33,6 +36,11 @@ class Application {
 
   // The last window was closed: a termination request when the delegate says so.
   void lastWindowClosed();
+
+  // Another launch of the application (a second start from the menu or the
+  // dock) handed over to this one: the main window comes forward when the
+  // interface has shown it. Answers whether it did.
+  bool reopen(const std::string& startupId);
 
   int run() { return loop_.run(); }
 

@@ -37,4 +37,14 @@ bool BitsdojoWindow::hide() {
 
 bool BitsdojoWindow::isVisible() const { return native_ && native_->isVisible(); }
 
+bool BitsdojoWindow::bringForward(const std::string& startupId) {
+  if (!native_) return false;
+  if (!native_->isVisible()) {
+    native_->endStartupNotification(startupId);
+    return false;
+  }
+  native_->bringForward(startupId);
+  return true;
+}
+
 }  // namespace quillon

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "app/flutter_view_controller.h"
 #include "platform/native_window.h"
@@ -45,6 +46,12 @@ class BitsdojoWindow {
   bool show();
   bool hide();
   bool isVisible() const;
+
+  // For another launch of the application (startupId: its desktop startup
+  // notification, or empty): a shown window comes forward and the answer is
+  // true; a hidden one stays hidden, as the interface decides when it shows.
+  // False without a display.
+  bool bringForward(const std::string& startupId);
 
  protected:
   NativeWindow* nativeWindow() const { return native_.get(); }

@@ -1,12 +1,16 @@
 #include "app/host_application.h"
 
 #include <cstdio>
+#include <cstdlib>
 
+#include "app/instance_channel.h"
+#include "app/launch_handover.h"
 #include "app/link_view_engine.h"
 #include "app/main_window_description.h"
 #include "platform/linux/display_loss.h"
 #include "platform/linux/gtk_desktop.h"
 #include "platform/linux/gtk_main_window.h"
+#include "platform/linux/gtk_program_class.h"
 #include "process/process_manager.h"
 #include "platform/linux/termination_signals.h"
 
@@ -18,6 +22,9 @@ int HostApplication::run() {
   const TerminationSignals signals([this] { application_.terminate(); });
   auto engine = std::make_unique<LinkViewEngine>();
   if (const auto failure = engine->engine().start()) {
+    if (engine->engine().anotherHostServes()) {
+      return handOverLaunch(engine->engine().socketPath(), launchStartupId(), *failure);
+    }
     std::fprintf(stderr, "quillon-host: %s\n", failure->c_str());
     return 1;
   }
@@ -34,10 +41,19 @@ int HostApplication::run() {
   application_.setMainFlutterWindow(&window);
   window.awakeFromNib();
   application_.finishLaunching();
+  // Later launches of the application hand themselves over to this one.
+  const InstanceChannel instance(window.contentViewController()->engine().binaryMessenger(), application_);
 
   const int status = application_.run();
   application_.setMainFlutterWindow(nullptr);
   return status;
+}
+
+std::string HostApplication::launchStartupId() {
+  // Set by the desktop for a launch from a menu entry that asks for startup
+  // notification; GTK takes it over once it opens the display.
+  const char* id = std::getenv("DESKTOP_STARTUP_ID");
+  return id != nullptr ? id : "";
 }
 
 std::unique_ptr<NativeWindow> HostApplication::createMainWindow(Engine& link) {
@@ -46,6 +62,7 @@ std::unique_ptr<NativeWindow> HostApplication::createMainWindow(Engine& link) {
     return nullptr;
   }
   endOnDisplayLoss([&link] { link.shutdown(); });
+  setProgramClass(kMainWindowDescription.programName, kMainWindowDescription.windowClass);
   return std::make_unique<GtkMainWindow>(kMainWindowDescription.title, kMainWindowDescription.frame,
                                          TerminationRequests{[this] { application_.terminate(); },
                                                              [this] { application_.lastWindowClosed(); }});

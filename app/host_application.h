@@ -5,6 +5,8 @@
 // the same, without windows; the system's signals still reach the handshake.
 // When the display goes away under it, it closes the link and ends at once
 // with status 0 (platform/linux/display_loss.h).
+// When another host already serves the interface link, the launch is handed
+// over to it and the process ends.
 //
 // Contract: construct, run() once, destroy, all on the main thread. run()
 // answers the process's exit status; everything it built, the link included,
@@ -12,6 +14,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "app/app_delegate.h"
 #include "app/application.h"
@@ -33,6 +36,7 @@ class HostApplication {
   int run();
 
  private:
+  static std::string launchStartupId();
   std::unique_ptr<NativeWindow> createMainWindow(Engine& link);
 
   HostServices services_;

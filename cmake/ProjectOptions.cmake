@@ -2,6 +2,14 @@
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
                     -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Werror)
 
+# The plain build is what the Debian package is made from: it gets the
+# hardening Debian builds its own packages with (dpkg-buildflags).
+if(NOT QUILLON_SANITIZE AND NOT QUILLON_FUZZ)
+  add_compile_options($<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>
+                      -fstack-protector-strong -fstack-clash-protection -fcf-protection)
+  add_link_options(LINKER:-z,relro LINKER:-z,now)
+endif()
+
 if(QUILLON_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
   add_link_options(-fsanitize=address,undefined -fno-sanitize-recover=all)

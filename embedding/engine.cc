@@ -69,6 +69,8 @@ void Engine::shutdown() {
   link_->messenger.closeAll();
 }
 
+bool Engine::anotherHostServes() const { return link_->listener.anotherHostServes(); }
+
 BinaryMessenger& Engine::binaryMessenger() { return link_->messenger; }
 
 const std::string& Engine::socketPath() const { return link_->listener.path(); }

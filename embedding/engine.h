@@ -33,6 +33,8 @@ class Engine {
   // another host already serves the path.
   std::optional<std::string> start();
   void shutdown();
+  // Whether start() failed because a live host answers on the socket path.
+  bool anotherHostServes() const;
 
   BinaryMessenger& binaryMessenger();
   const std::string& socketPath() const;

@@ -73,14 +73,19 @@ LinkListener::LinkListener(std::string path, uid_t allowedUser) : path_(std::mov
 
 LinkListener::~LinkListener() { close(); }
 
-std::optional<std::string> LinkListener::clearPath() const {
+std::string LinkListener::servedElsewhere() {
+  anotherHostServes_ = true;
+  return "another host already serves " + path_;
+}
+
+std::optional<std::string> LinkListener::clearPath() {
   struct stat status {};
   if (::lstat(path_.c_str(), &status) != 0) {
     if (errno == ENOENT) return std::nullopt;
     return systemError("cannot inspect " + path_);
   }
   if (!S_ISSOCK(status.st_mode)) return path_ + " exists and is not a socket";
-  if (someoneListens(*socketAddress(path_))) return "another host already serves " + path_;
+  if (someoneListens(*socketAddress(path_))) return servedElsewhere();
   if (::unlink(path_.c_str()) != 0 && errno != ENOENT) return systemError("cannot remove the stale socket " + path_);
   return std::nullopt;
 }
@@ -95,7 +100,7 @@ std::optional<std::string> LinkListener::listen(AcceptHandler onAccepted) {
   if (!socket.valid()) return systemError("cannot create a socket");
   if (bindSocket(socket.get(), *address) != 0) {
     // Another host may have taken the path since we looked.
-    if (errno == EADDRINUSE) return "another host already serves " + path_;
+    if (errno == EADDRINUSE) return servedElsewhere();
     return systemError("cannot bind " + path_);
   }
   struct stat status {};

@@ -41,6 +41,9 @@ class LinkListener {
   std::optional<std::string> listen(AcceptHandler onAccepted);
   void close();
 
+  // Whether listen() failed because a live host answers on the path.
+  bool anotherHostServes() const { return anotherHostServes_; }
+
   const std::string& path() const { return path_; }
 
  private:
@@ -48,7 +51,8 @@ class LinkListener {
 
   static gboolean onAcceptable(gint fd, GIOCondition condition, gpointer self);
   static gboolean onRetry(gpointer self);
-  std::optional<std::string> clearPath() const;
+  std::optional<std::string> clearPath();
+  std::string servedElsewhere();
   void acceptPending();
   void accepted(UniqueFd client);
   Shed shedOneWaiting();
@@ -66,6 +70,7 @@ class LinkListener {
   bool cannotAccept_ = false;  // An episode without descriptors has been reported.
   dev_t device_ = 0;
   ino_t inode_ = 0;
+  bool anotherHostServes_ = false;
 };
 
 }  // namespace quillon

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace quillon {
 
@@ -33,6 +34,14 @@ class NativeWindow {
   virtual void show() = 0;
   virtual void hide() = 0;
   virtual bool isVisible() const = 0;
+
+  // For another launch of the application, whose desktop startup notification
+  // is `startupId` (empty when it has none): raises the shown window, restores
+  // it when minimised and gives it the keyboard focus, and ends that launch's
+  // startup notification.
+  virtual void bringForward(const std::string& startupId) = 0;
+  // Ends another launch's startup notification without showing anything.
+  virtual void endStartupNotification(const std::string& startupId) = 0;
 };
 
 }  // namespace quillon

@@ -1,5 +1,6 @@
 #include "platform/linux/gtk_main_window.h"
 
+#include <gdk/gdkx.h>
 #include <gtk/gtk.h>
 
 #include <limits>
@@ -72,6 +73,21 @@ void GtkMainWindow::hide() {
 }
 
 bool GtkMainWindow::isVisible() const { return gtk_widget_get_visible(window_); }
+
+void GtkMainWindow::bringForward(const std::string& startupId) {
+  // GTK puts the launch's id on the window, which tells the desktop that the
+  // launch is complete and ends its busy cursor.
+  if (!startupId.empty()) gtk_window_set_startup_id(asWindow(window_), startupId.c_str());
+  // With the X server's current time, so that focus-stealing prevention lets
+  // the activation through, as for the show commands.
+  GdkWindow* surface = gtk_widget_get_window(window_);
+  gtk_window_present_with_time(asWindow(window_),
+                               surface != nullptr ? gdk_x11_get_server_time(surface) : GDK_CURRENT_TIME);
+}
+
+void GtkMainWindow::endStartupNotification(const std::string& startupId) {
+  if (!startupId.empty()) gdk_notify_startup_complete_with_id(startupId.c_str());
+}
 
 int GtkMainWindow::onDeleteEvent(GtkWidget*, void*, void* self) {
   static_cast<GtkMainWindow*>(self)->requests_.windowClosed();

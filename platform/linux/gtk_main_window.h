@@ -37,6 +37,8 @@ class GtkMainWindow final : public NativeWindow {
   void show() override;
   void hide() override;
   bool isVisible() const override;
+  void bringForward(const std::string& startupId) override;
+  void endStartupNotification(const std::string& startupId) override;
 
  private:
   static int onDeleteEvent(GtkWidget* widget, void* event, void* self);

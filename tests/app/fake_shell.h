@@ -34,6 +34,9 @@ class FakeNativeWindow final : public NativeWindow {
     std::vector<WindowFrame> framesSet;
     bool customFrame = false;
     bool visible = false;
+    // The startup ids of the launches it came forward for, and of those it ended the notification of.
+    std::vector<std::string> broughtForward;
+    std::vector<std::string> notificationsEnded;
   };
 
   explicit FakeNativeWindow(std::shared_ptr<State> state) : state_(std::move(state)) {}
@@ -47,6 +50,10 @@ class FakeNativeWindow final : public NativeWindow {
   void show() override { state_->visible = true; }
   void hide() override { state_->visible = false; }
   bool isVisible() const override { return state_->visible; }
+  void bringForward(const std::string& startupId) override { state_->broughtForward.push_back(startupId); }
+  void endStartupNotification(const std::string& startupId) override {
+    state_->notificationsEnded.push_back(startupId);
+  }
 
  private:
   std::shared_ptr<State> state_;

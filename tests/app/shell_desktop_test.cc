@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fstream>
 #include <thread>
+#include <vector>
 
 #include "app/main_window_description.h"
 #include "tests/app/host_conversation.h"
@@ -133,6 +135,55 @@ TEST_F(DesktopHostTest, ForceQuitEndsTheHostWithStatusZero) {
   forceQuit(*interface_);
   EXPECT_EQ(host_->waitExit(kAnswerTime), 0);
   EXPECT_TRUE(interface_->waitForClose(kAnswerTime));
+}
+
+// Docks and task bars put the window under the menu entry whose
+// StartupWMClass names its class.
+TEST_F(DesktopHostTest, TheMainWindowCarriesTheClassThatTheDesktopEntryNames) {
+  const std::string window = showMainWindow();
+  ASSERT_FALSE(window.empty());
+  const std::string windowClass = kMainWindowDescription.windowClass;
+  EXPECT_EQ(runTool("xprop -id " + window + " WM_CLASS"),
+            "WM_CLASS(STRING) = \"" + std::string(kMainWindowDescription.programName) + "\", \"" + windowClass + "\"");
+  std::ifstream entry(QUILLON_DESKTOP_ENTRY);
+  std::string line;
+  std::vector<std::string> named;
+  while (std::getline(entry, line)) {
+    if (line.starts_with("StartupWMClass=")) named.push_back(line.substr(line.find('=') + 1));
+  }
+  EXPECT_EQ(named, std::vector<std::string>{windowClass});
+}
+
+// A second launch from the menu while another application has the focus: the
+// shown main window comes forward with the focus, carrying the launch's
+// startup id (which ends the launch's busy cursor), and the launch ends with 0.
+TEST_F(DesktopHostTest, ASecondLaunchBringsTheShownWindowForwardAndEndsWithZero) {
+  const std::string window = showMainWindow();
+  ASSERT_FALSE(window.empty());
+  ChildProcess other("/usr/bin/xmessage", {"-name", "quillon-test-other", "another application"}, {},
+                     host_->directory() + "/other.out", host_->directory() + "/other.err");
+  const std::string otherWindow = runTool("xdotool search --sync --classname quillon-test-other | head -n 1");
+  ASSERT_FALSE(otherWindow.empty());
+  runTool("xdotool windowactivate --sync " + otherWindow);
+  ASSERT_EQ(pollUntil([] { return runTool("xdotool getwindowfocus"); }, otherWindow), otherWindow);
+
+  const auto second = host_->spawnHost("second", {{"DESKTOP_STARTUP_ID", "second-launch_TIME0"}});
+  EXPECT_EQ(second->waitExit(kAnswerTime), 0);
+  EXPECT_EQ(host_->errorOutput("second"), "quillon-host: QUILLON Remote App already runs on " + host_->socketPath() +
+                                              "; its window was brought forward\n");
+  EXPECT_EQ(pollUntil([] { return runTool("xdotool getwindowfocus"); }, window), window);
+  EXPECT_EQ(runTool("xprop -id " + window + " _NET_STARTUP_ID"),
+            "_NET_STARTUP_ID(UTF8_STRING) = \"second-launch_TIME0\"");
+  EXPECT_TRUE(running(*host_));
+}
+
+TEST_F(DesktopHostTest, ASecondLaunchLeavesAHiddenWindowHidden) {
+  const auto second = host_->spawnHost("second");
+  EXPECT_EQ(second->waitExit(kAnswerTime), 0);
+  EXPECT_EQ(host_->errorOutput("second"),
+            "quillon-host: QUILLON Remote App already runs on " + host_->socketPath() + "; its window is not shown\n");
+  EXPECT_EQ(callHost(*interface_, kWindowChannel, "isWindowVisible"), ChannelReply::success(false));
+  EXPECT_EQ(visibleWindow(), "");
 }
 
 }  // namespace

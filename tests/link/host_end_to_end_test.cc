@@ -1,9 +1,12 @@
 // The built host, started in a bundle of its own and called over its socket.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "channel/channel_names.h"
 #include "channel/standard_codec.h"
 #include "tests/support/host_process.h"
+#include "tests/support/scripted_host.h"
 #include "tools/link_client.h"
 
 namespace quillon {
@@ -125,14 +128,46 @@ TEST(HostEndToEndTest, ManyClientsAreServedSideBySide) {
   }
 }
 
-TEST(HostEndToEndTest, ASecondHostOnALiveSocketSaysSoAndExitsOne) {
-  auto host = startedHost({});
-  const auto second = host->spawnHost("second");
-  EXPECT_EQ(second->waitExit(kAnswerTime), 1);
-  EXPECT_EQ(host->errorOutput("second"), "quillon-host: another host already serves " + host->socketPath() + "\n");
+// A second launch hands itself over to the host that runs (headless here, so
+// there is no window to bring forward) and ends with 0; the first goes on.
+TEST(HostEndToEndTest, ASecondHostOnALiveSocketHandsTheLaunchOverAndExitsZero) {
+  auto host = startedHost({.headless = true});
+  const auto second = host->spawnHost("second", {{"DESKTOP_STARTUP_ID", "launch-2_TIME7"}});
+  EXPECT_EQ(second->waitExit(kAnswerTime), 0);
+  EXPECT_EQ(host->errorOutput("second"),
+            "quillon-host: QUILLON Remote App already runs on " + host->socketPath() + "; its window is not shown\n");
   auto client = connectTo(*host);
   ASSERT_TRUE(client);
   EXPECT_TRUE(call(*client, "nothing").isNotImplemented());
+  EXPECT_EQ(host->stop(), 0);
+}
+
+// A live host that does not take the launch (one without the instance
+// channel) keeps the second from starting, as any live host did before.
+TEST(HostEndToEndTest, ALiveHostThatDoesNotTakeTheLaunchLeavesTheSecondAtStatusOne) {
+  HostProcess host({});
+  std::filesystem::create_directories(std::filesystem::path(host.socketPath()).parent_path());
+  std::optional<LinkClient::HostMessage> received;
+  {
+    testing::ScriptedHost olderHost(
+        host.socketPath(),
+        [&received](LinkClient& client) {
+          std::string error;
+          received = client.nextMessage(kAnswerTime, &error);
+          if (received) client.sendRaw(encodeReplyFrame(received->id, {}), &error);
+        },
+        /*passOverProbes=*/true);
+    const auto second = host.spawnHost("second", {{"DESKTOP_STARTUP_ID", "launch-2_TIME7"}});
+    EXPECT_EQ(second->waitExit(kAnswerTime), 1);
+  }
+  ASSERT_TRUE(received);
+  EXPECT_EQ(received->channel, "quillon.app/instance");
+  ChannelMap arguments;
+  arguments.set("startupId", "launch-2_TIME7");
+  std::string error;
+  EXPECT_EQ(StandardCodec::decodeMethodCall(received->payload, &error), (MethodCall{"activate", arguments}));
+  EXPECT_EQ(host.errorOutput("second"), "quillon-host: another host already serves " + host.socketPath() +
+                                            " and did not take the launch: it answered not-implemented\n");
 }
 
 }  // namespace

@@ -79,6 +79,8 @@ TEST_F(LinkListenerTest, ALiveSocketIsLeftToItsHost) {
   ASSERT_EQ(first.listen([](UniqueFd) {}), std::nullopt);
   LinkListener second(socketPath(), ::getuid());
   EXPECT_EQ(second.listen([](UniqueFd) {}), "another host already serves " + socketPath());
+  EXPECT_TRUE(second.anotherHostServes());
+  EXPECT_FALSE(first.anotherHostServes());
   second.close();
   EXPECT_TRUE(fs::exists(socketPath()));
 }
@@ -101,6 +103,7 @@ TEST_F(LinkListenerTest, AFileThatIsNotASocketIsNeverRemoved) {
   std::ofstream(socketPath()) << "keep me";
   LinkListener listener(socketPath(), ::getuid());
   EXPECT_EQ(listener.listen([](UniqueFd) {}), socketPath() + " exists and is not a socket");
+  EXPECT_FALSE(listener.anotherHostServes());
   EXPECT_TRUE(fs::is_regular_file(socketPath()));
 }
 

@@ -70,15 +70,18 @@ ChildProcess::Environment HostProcess::hostEnvironment() const {
 
 ChildProcess::Environment HostProcess::clientEnvironment() const { return {{"QUILLON_INTERFACE_SOCKET", socketPath_}}; }
 
-std::unique_ptr<ChildProcess> HostProcess::spawnHost(const std::string& name) const {
+std::unique_ptr<ChildProcess> HostProcess::spawnHost(const std::string& name,
+                                                     const ChildProcess::Environment& extra) const {
   const std::string files = directory_ + "/" + name;
+  ChildProcess::Environment environment = hostEnvironment();
+  for (const auto& [variable, value] : extra) environment[variable] = value;
   if (layout_.launcher.empty()) {
-    return std::make_unique<ChildProcess>(executablePath(), std::vector<std::string>{}, hostEnvironment(),
-                                          files + ".out", files + ".err");
+    return std::make_unique<ChildProcess>(executablePath(), std::vector<std::string>{}, environment, files + ".out",
+                                          files + ".err");
   }
   std::vector<std::string> arguments(layout_.launcher.begin() + 1, layout_.launcher.end());
   arguments.push_back(executablePath());
-  return std::make_unique<ChildProcess>(layout_.launcher.front(), arguments, hostEnvironment(), files + ".out",
+  return std::make_unique<ChildProcess>(layout_.launcher.front(), arguments, environment, files + ".out",
                                         files + ".err");
 }
 

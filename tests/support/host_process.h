@@ -39,8 +39,9 @@ class HostProcess {
 
   // Starts the host under test.
   void start() { host_ = spawnHost("host"); }
-  // Another host of the same bundle on the same socket; its output goes to the files `name`.out and `name`.err.
-  std::unique_ptr<ChildProcess> spawnHost(const std::string& name) const;
+  // Another host of the same bundle on the same socket, with `extra` in its environment; its output goes to
+  // the files `name`.out and `name`.err.
+  std::unique_ptr<ChildProcess> spawnHost(const std::string& name, const ChildProcess::Environment& extra = {}) const;
   // Whether the socket accepts connections before the deadline, while the host runs.
   bool waitReady(std::chrono::milliseconds timeout = std::chrono::seconds(20));
   // Stops the host as the interface does, with "forceQuitApp" on the close

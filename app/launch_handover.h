@@ -1,0 +1,25 @@
+// A second launch of the application (a double click in the menu, the dock)
+// finds the interface link's socket served by a host that runs already. Rather
+// than fail, the new process hands the launch over to that host on its
+// instance channel, which brings the main window forward when the interface has
+// shown it, and ends.
+//
+// Contract: called on the main thread before any main loop runs; it blocks for
+// at most kHandoverAnswerTime waiting for the running host. Answers the
+// process's exit status: 0 when the running host took the launch, 1 when it
+// did not (a host without the instance channel, one that is stuck, or one that
+// ended meanwhile). Says which on standard error.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace quillon {
+
+inline constexpr std::chrono::seconds kHandoverAnswerTime{10};
+
+// `startupId`: the launch's desktop startup notification, or empty; `refusal`:
+// why this process cannot serve the socket itself.
+int handOverLaunch(const std::string& socketPath, const std::string& startupId, const std::string& refusal);
+
+}  // namespace quillon
