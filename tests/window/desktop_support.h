@@ -187,6 +187,12 @@ class DesktopTest : public ::testing::Test {
     return GTK_WINDOW(window);
   }
 
+  // Whether the window manager gives `window` the keyboard. (A headless
+  // Wayland compositor has no keyboard to give.)
+  static bool becomesActive(GtkWindow* window) {
+    return waitUntil([&] { return gtk_window_is_active(window) != FALSE; });
+  }
+
   LinuxDesktop desktop;
   DesktopTraits traits;
 
