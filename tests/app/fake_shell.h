@@ -34,10 +34,12 @@ class FakeNativeWindow final : public NativeWindow {
     std::vector<WindowFrame> framesSet;
     bool customFrame = false;
     bool visible = false;
+    std::int64_t number = 0x2a00003;
   };
 
   explicit FakeNativeWindow(std::shared_ptr<State> state) : state_(std::move(state)) {}
 
+  std::int64_t number() const override { return state_->number; }
   WindowFrame frame() const override { return state_->frame; }
   void setFrame(const WindowFrame& frame) override {
     state_->frame = frame;
