@@ -63,6 +63,15 @@ inline bool waitUntil(const std::function<bool()>& condition,
   return true;
 }
 
+// The output of a command line, as the desktop's tools print it.
+inline std::string toolOutput(const std::string& command) {
+  gchar* output = nullptr;
+  if (!g_spawn_command_line_sync(command.c_str(), &output, nullptr, nullptr, nullptr) || output == nullptr) return "";
+  std::string text(output);
+  g_free(output);
+  return text;
+}
+
 // What the desktop under test offers, as the X server and its window manager
 // say: the monitors, the device pixels per point, the window manager's name
 // (_NET_WM_NAME of its _NET_SUPPORTING_WM_CHECK window) and the hints it
