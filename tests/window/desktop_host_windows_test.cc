@@ -64,7 +64,8 @@ TEST_F(DesktopHostWindowsTest, HideShowAndCodesThatDoNotAct) {
   EXPECT_TRUE(testing::waitUntil([&] { return !listedOnScreen(desktop.windowList, "Host window"); }));
 
   EXPECT_TRUE(show(window, 1));
-  EXPECT_TRUE(testing::waitUntil([&] { return listedOnScreen(desktop.windowList, "Host window"); }));
+  EXPECT_TRUE(testing::waitUntil(
+      [&] { return listedOnScreen(desktop.windowList, "Host window") && !iconified(window); }));
 
   // Codes that do not act leave the window as it is.
   for (const std::int64_t idle : {4, 5, 7, 8, 10, 11, 12, -1}) EXPECT_FALSE(show(window, idle)) << idle;
