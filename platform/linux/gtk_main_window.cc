@@ -92,7 +92,8 @@ int GtkMainWindow::onConfigureEvent(GtkWidget* widget, void* event, void* self) 
   return FALSE;  // GTK still sees it
 }
 
-// Mapped again at the recorded place, unless the window manager moved it.
+// Once mapped, the window asks once more for its recorded place: a window
+// manager may have moved a window it mapped anew, to keep it on the screen.
 int GtkMainWindow::onMapEvent(GtkWidget* widget, void*, void* self) {
   auto* window = static_cast<GtkMainWindow*>(self);
   if (!window->placing_) return FALSE;
