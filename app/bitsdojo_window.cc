@@ -14,6 +14,11 @@ void BitsdojoWindow::setContentViewController(std::unique_ptr<FlutterViewControl
   if (contentViewController_) contentViewController_->attachTo(*this);
 }
 
+std::optional<std::int64_t> BitsdojoWindow::windowHandle() const {
+  if (!native_) return std::nullopt;
+  return native_->number();
+}
+
 std::optional<WindowFrame> BitsdojoWindow::frame() const {
   if (!native_) return std::nullopt;
   return native_->frame();

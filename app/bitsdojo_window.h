@@ -7,6 +7,7 @@
 // window answers false, or nothing, when there is none.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -37,6 +38,9 @@ class BitsdojoWindow {
   void setContentViewController(std::unique_ptr<FlutterViewController> controller);
 
   bool hasNativeWindow() const { return native_ != nullptr; }
+
+  // The window's number (a `WindowHandle`); none without a display.
+  std::optional<std::int64_t> windowHandle() const;
 
   // None without a display.
   std::optional<WindowFrame> frame() const;

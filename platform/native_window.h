@@ -1,9 +1,12 @@
 // NativeWindow: one top-level window of the desktop, as the application shell
 // drives it. The shell owns it; a host without a display has none.
 //
-// Contract: main thread only. A new window is hidden until show(). Frames are
-// in screen pixels with the origin at the top left of the screen and cover the
-// window's own area, without anything the window manager adds around it.
+// Contract: main thread only. A new window is hidden until show(), and has its
+// window number from the start. Frames are in points (the toolkit's logical
+// pixels) with the origin at the top left of the screen and cover the window's
+// own area, without anything the window manager adds around it. Hidden and
+// shown again, however it was hidden and whoever moved it, the window stands
+// where it stood when it was hidden.
 #pragma once
 
 #include <cstdint>
@@ -23,6 +26,9 @@ struct WindowFrame {
 class NativeWindow {
  public:
   virtual ~NativeWindow() = default;
+
+  // The number a `WindowHandle` carries for this window.
+  virtual std::int64_t number() const = 0;
 
   virtual WindowFrame frame() const = 0;
   virtual void setFrame(const WindowFrame& frame) = 0;

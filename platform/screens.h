@@ -15,8 +15,9 @@ struct ScreenFrames {
 class Screens {
  public:
   virtual ~Screens() = default;
-  // The screen that holds the key window, else the primary screen; nothing
-  // when there is no screen at all (no display).
+  // The screen that holds the key window, else the one that holds the host's
+  // window on the screen, else the primary screen; nothing when there is no
+  // screen at all (no display).
   virtual std::optional<ScreenFrames> mainScreen() = 0;
 };
 

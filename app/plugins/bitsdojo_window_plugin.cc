@@ -8,14 +8,21 @@
 namespace quillon {
 namespace {
 
+bool isWindowMethod(const std::string& method) {
+  return method == "showWindow" || method == "hideWindow" || method == "isWindowVisible" ||
+         method == "getAppWindowHandle";
+}
+
 void answerWindowCall(BitsdojoWindow& window, const MethodCall& call, ReplyCallback reply) {
   const std::string& method = call.method;
-  if (method != "showWindow" && method != "hideWindow" && method != "isWindowVisible") {
+  if (!isWindowMethod(method)) {
     std::move(reply).notImplemented();
   } else if (!window.hasNativeWindow()) {
     std::move(reply).error("UNAVAILABLE", "No main window: the host runs without a display");
   } else if (method == "isWindowVisible") {
     std::move(reply).success(window.isVisible());
+  } else if (method == "getAppWindowHandle") {
+    std::move(reply).success(*window.windowHandle());
   } else {
     method == "showWindow" ? window.show() : window.hide();
     std::move(reply).success();

@@ -1,7 +1,9 @@
 // BitsdojoWindowPlugin: the native half of the window-chrome plug-in. It lets
-// the interface show and hide the main window over the channel
-// "bitsdojo/window":
+// the interface show and hide the main window, and learn its window number,
+// over the channel "bitsdojo/window":
 //   "showWindow", "hideWindow" -> null; "isWindowVisible" -> bool;
+//   "getAppWindowHandle" -> the main window's number, the "windowHandle" of
+//   "window::showWindow";
 //   without a display each answers the error "UNAVAILABLE";
 //   any other name -> not-implemented.
 // The frame stays the one the window was given; showing never resizes it.

@@ -43,7 +43,26 @@ void setSideInsets(GtkWidget* widget, double inset) {
   gtk_widget_set_margin_end(widget, wholePixels(inset));
 }
 
-void okButtonClicked(GtkWindow* window) { gtk_window_close(window); }
+// The one way an alert closes, whoever asks: OK, the title bar's close button
+// (the window manager's delete request) or the automatic close. The first
+// request destroys the window at once; a later one finds it closing and leaves
+// it alone. (gtk_window_close only queues a delete event that holds no
+// reference: two of them, or one overtaken by the window manager's, would
+// reach a window already freed.)
+constexpr const char* kClosingKey = "quillon-alert-closing";
+
+void closeAlert(GtkWindow* window) {
+  if (g_object_get_data(G_OBJECT(window), kClosingKey) != nullptr) return;
+  g_object_set_data(G_OBJECT(window), kClosingKey, GINT_TO_POINTER(1));
+  gtk_widget_destroy(GTK_WIDGET(window));
+}
+
+void okButtonClicked(GtkWindow* window) { closeAlert(window); }
+
+gboolean deleteRequested(GtkWidget* widget, GdkEvent*, gpointer) {
+  closeAlert(GTK_WINDOW(widget));
+  return TRUE;  // handled: GTK must not destroy it a second time
+}
 
 GtkWidget* okButton(const AlertContent& content, GtkWindow* window) {
   GtkWidget* button = gtk_button_new_with_label(content.buttonTitle.c_str());
@@ -110,11 +129,10 @@ class GtkAlertWindow final : public AlertWindow {
     });
     g_weak_ref_init(weak.get(), window_);
     return [weak] {
-      gpointer object = g_weak_ref_get(weak.get());
-      if (object == nullptr) return;
-      // A window destroyed but still referenced elsewhere is unrealized: leave it.
-      if (gtk_widget_get_realized(GTK_WIDGET(object))) gtk_window_close(GTK_WINDOW(object));
-      g_object_unref(object);
+      // Gone: nothing to do; closing or destroyed but still referenced
+      // elsewhere: closeAlert leaves it alone.
+      g_autoptr(GObject) object = static_cast<GObject*>(g_weak_ref_get(weak.get()));
+      if (object != nullptr) closeAlert(GTK_WINDOW(object));
     };
   }
 
@@ -135,6 +153,7 @@ std::unique_ptr<AlertWindow> GtkAlertWindowFactory::create(const AlertWindowStyl
   gtk_window_set_keep_above(window, style.floating ? TRUE : FALSE);
   gtk_window_set_deletable(window, style.closable ? TRUE : FALSE);
   gtk_window_set_resizable(window, style.resizable ? TRUE : FALSE);
+  g_signal_connect(widget, "delete-event", G_CALLBACK(deleteRequested), nullptr);
   gtk_widget_realize(widget);
   auto functions = static_cast<unsigned>(GDK_FUNC_MOVE);
   if (style.closable) functions |= GDK_FUNC_CLOSE;

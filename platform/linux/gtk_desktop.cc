@@ -22,6 +22,11 @@ double desktopHeight() {
   return static_cast<double>(gdk_window_get_height(root));
 }
 
+std::optional<int> gtkWindowScale() {
+  if (!gtkDesktopAvailable()) return std::nullopt;
+  return gdk_window_get_scale_factor(gdk_get_default_root_window());
+}
+
 GtkWindow* activeHostWindow() {
   std::unique_ptr<GList, decltype(&g_list_free)> toplevels(gtk_window_list_toplevels(), &g_list_free);
   for (GList* item = toplevels.get(); item != nullptr; item = item->next) {

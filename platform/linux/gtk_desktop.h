@@ -6,6 +6,7 @@
 
 #include <gtk/gtk.h>
 
+#include <optional>
 #include <string>
 
 namespace quillon {
@@ -17,6 +18,10 @@ bool gtkDesktopAvailable();
 // coordinates into the bottom-left-origin frames of the window services.
 // Requires gtkDesktopAvailable().
 double desktopHeight();
+
+// Device pixels per point (GDK's application pixel): GDK's window scale, from
+// GDK_SCALE or the desktop's settings. Nothing without a display.
+std::optional<int> gtkWindowScale();
 
 // The host's top-level window that has the keyboard focus, or nullptr.
 GtkWindow* activeHostWindow();

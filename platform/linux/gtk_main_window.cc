@@ -17,8 +17,9 @@ gint toGint(std::int64_t value) {
 }
 
 template <typename Handler>
-void connect(GtkWidget* widget, const char* signal, Handler handler, void* self) {
-  g_signal_connect_data(widget, signal, reinterpret_cast<GCallback>(handler), self, nullptr, GConnectFlags{});
+void connect(GtkWidget* widget, const char* signal, Handler handler, void* self,
+             GConnectFlags flags = GConnectFlags{}) {
+  g_signal_connect_data(widget, signal, reinterpret_cast<GCallback>(handler), self, nullptr, flags);
 }
 
 }  // namespace
@@ -32,6 +33,12 @@ GtkMainWindow::GtkMainWindow(const std::string& title, const WindowFrame& frame,
   setFrame(frame);
   connect(window_, "delete-event", &GtkMainWindow::onDeleteEvent, this);
   connect(window_, "key-press-event", &GtkMainWindow::onKeyPress, this);
+  connect(window_, "configure-event", &GtkMainWindow::onConfigureEvent, this);
+  connect(window_, "map-event", &GtkMainWindow::onMapEvent, this);
+  // After GTK's own unmap, which forgets the position it was asked for.
+  connect(window_, "unmap", &GtkMainWindow::onUnmap, this, G_CONNECT_AFTER);
+  // Its number from the start: the interface may show it by that number.
+  gtk_widget_realize(window_);
 }
 
 GtkMainWindow::~GtkMainWindow() {
@@ -40,9 +47,13 @@ GtkMainWindow::~GtkMainWindow() {
   g_object_unref(window_);
 }
 
+std::int64_t GtkMainWindow::number() const {
+  return static_cast<std::int64_t>(gdk_x11_window_get_xid(gtk_widget_get_window(window_)));
+}
+
 WindowFrame GtkMainWindow::frame() const {
   GdkWindow* surface = gtk_widget_get_window(window_);
-  if (surface == nullptr || !gtk_widget_get_visible(window_)) return frame_;
+  if (surface == nullptr || !gtk_widget_get_mapped(window_) || placing_) return frame_;
   gint x = 0, y = 0, width = 0, height = 0;
   gdk_window_get_origin(surface, &x, &y);
   gtk_window_get_size(asWindow(window_), &width, &height);
@@ -60,17 +71,11 @@ void GtkMainWindow::setFrame(const WindowFrame& frame) {
 void GtkMainWindow::useCustomFrame() { gtk_window_set_decorated(asWindow(window_), FALSE); }
 
 void GtkMainWindow::show() {
-  // Shown again after a hide, the window goes back where it was.
-  const WindowFrame last = frame();
-  gtk_window_move(asWindow(window_), toGint(last.x), toGint(last.y));
   gtk_widget_show_all(window_);
   gtk_window_present(asWindow(window_));
 }
 
-void GtkMainWindow::hide() {
-  frame_ = frame();
-  gtk_widget_hide(window_);
-}
+void GtkMainWindow::hide() { gtk_widget_hide(window_); }
 
 bool GtkMainWindow::isVisible() const { return gtk_widget_get_visible(window_); }
 
@@ -92,6 +97,32 @@ void GtkMainWindow::endStartupNotification(const std::string& startupId) {
 int GtkMainWindow::onDeleteEvent(GtkWidget*, void*, void* self) {
   static_cast<GtkMainWindow*>(self)->requests_.windowClosed();
   return TRUE;  // the window stays; a granted termination ends the application instead
+}
+
+int GtkMainWindow::onConfigureEvent(GtkWidget* widget, void* event, void* self) {
+  auto* window = static_cast<GtkMainWindow*>(self);
+  if (window->placing_ || !gtk_widget_get_mapped(widget)) return FALSE;
+  const auto* configure = static_cast<const GdkEventConfigure*>(event);
+  window->frame_ = WindowFrame{configure->x, configure->y, configure->width, configure->height};
+  return FALSE;  // GTK still sees it
+}
+
+// Once mapped, the window asks once more for its recorded place: a window
+// manager may have moved a window it mapped anew, to keep it on the screen.
+int GtkMainWindow::onMapEvent(GtkWidget* widget, void*, void* self) {
+  auto* window = static_cast<GtkMainWindow*>(self);
+  if (!window->placing_) return FALSE;
+  window->placing_ = false;
+  gtk_window_move(asWindow(widget), toGint(window->frame_.x), toGint(window->frame_.y));
+  return FALSE;
+}
+
+// A hidden window has no position of its own for GTK: asked for the recorded
+// one now, the next map, by whatever path, requests it.
+void GtkMainWindow::onUnmap(GtkWidget* widget, void* self) {
+  auto* window = static_cast<GtkMainWindow*>(self);
+  window->placing_ = true;
+  gtk_window_move(asWindow(widget), toGint(window->frame_.x), toGint(window->frame_.y));
 }
 
 int GtkMainWindow::onKeyPress(GtkWidget*, void* event, void* self) {

@@ -1,8 +1,16 @@
 // GtkMainWindow: the application's main window on a GTK 3 desktop. It is
-// created hidden with the title and frame it is given; the quit shortcut
-// (Ctrl+Q) and the window manager's close request (delete-event) are handed to
-// the application as termination requests, and the window stays open: whether
-// the application ends is decided elsewhere.
+// created hidden with the title and frame it is given, and realized at once, so
+// that it has its X window (its number) before it is first shown. The quit
+// shortcut (Ctrl+Q) and the window manager's close request (delete-event) are
+// handed to the application as termination requests, and the window stays
+// open: whether the application ends is decided elsewhere.
+//
+// The window keeps its place: every configure event while it is on the screen
+// records where it stands, whoever moved it (the window manager, a pager, the
+// host). However it is hidden (hide(), or any other gtk_widget_hide such as
+// show command 0), it is mapped again at that place; a window manager that
+// moves a window it maps anew (to keep it on the screen) is asked once more,
+// when the map is done, to put it back.
 //
 // Contract: main thread only, after GTK has a display (see
 // gtkDesktopAvailable()). The object owns its GtkWindow and destroys it; the
@@ -31,6 +39,7 @@ class GtkMainWindow final : public NativeWindow {
   GtkMainWindow& operator=(const GtkMainWindow&) = delete;
   ~GtkMainWindow() override;
 
+  std::int64_t number() const override;
   WindowFrame frame() const override;
   void setFrame(const WindowFrame& frame) override;
   void useCustomFrame() override;
@@ -43,9 +52,16 @@ class GtkMainWindow final : public NativeWindow {
  private:
   static int onDeleteEvent(GtkWidget* widget, void* event, void* self);
   static int onKeyPress(GtkWidget* widget, void* event, void* self);
+  static int onConfigureEvent(GtkWidget* widget, void* event, void* self);
+  static void onUnmap(GtkWidget* widget, void* self);
+  static int onMapEvent(GtkWidget* widget, void* event, void* self);
 
   GtkWidget* window_;
+  // Where the window stands, or stood when it was last hidden: its own area.
   WindowFrame frame_;
+  // Between a hide and the end of the next map, configure events tell where the
+  // window manager put the window, not where it belongs.
+  bool placing_ = true;
   TerminationRequests requests_;
 };
 

@@ -8,10 +8,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <memory>
 #include <string_view>
-#include <type_traits>
+
+#include "platform/linux/gtk_desktop.h"
+#include "platform/linux/x11_stacking.h"
+#include "platform/linux/xcb_replies.h"
 
 namespace quillon {
 
@@ -19,25 +21,12 @@ namespace {
 
 using DisplayPtr = std::unique_ptr<Display, decltype(&XCloseDisplay)>;
 
-// An XCB reply, freed with free() as XCB allocates it.
-template <typename Reply>
-using ReplyPtr = std::unique_ptr<Reply, decltype(&std::free)>;
-
-// The answer to one question; an X error (a window gone meanwhile) comes back
-// here as no answer and is dropped, never reaching Xlib's error handler.
-template <typename Fetch, typename Cookie>
-auto answerTo(Fetch fetchReply, xcb_connection_t* connection, Cookie cookie) {
-  xcb_generic_error_t* error = nullptr;
-  auto* reply = fetchReply(connection, cookie, &error);
-  std::free(error);
-  return ReplyPtr<std::remove_pointer_t<decltype(reply)>>(reply, &std::free);
-}
-
 // The atoms the list reads, interned in one batch.
 enum AtomName : std::size_t {
   kClientListStacking,
   kSupportingWmCheck,
   kWmState,
+  kNetWmState,
   kWmStateHidden,
   kWmPid,
   kWmName,
@@ -47,8 +36,9 @@ enum AtomName : std::size_t {
 };
 
 constexpr std::array<std::string_view, kAtomCount> kAtomNames = {
-    "_NET_CLIENT_LIST_STACKING", "_NET_SUPPORTING_WM_CHECK", "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN",
-    "_NET_WM_PID",               "_NET_WM_NAME",             "UTF8_STRING",   "_NET_FRAME_EXTENTS",
+    "_NET_CLIENT_LIST_STACKING", "_NET_SUPPORTING_WM_CHECK", "WM_STATE",    "_NET_WM_STATE",
+    "_NET_WM_STATE_HIDDEN",      "_NET_WM_PID",              "_NET_WM_NAME", "UTF8_STRING",
+    "_NET_FRAME_EXTENTS",
 };
 
 using Atoms = std::array<xcb_atom_t, kAtomCount>;
@@ -67,35 +57,6 @@ Atoms internAtoms(xcb_connection_t* connection) {
   return atoms;
 }
 
-xcb_get_property_cookie_t askProperty(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t name,
-                                      xcb_atom_t type) {
-  return xcb_get_property(connection, 0, window, name, type, 0, 1 << 16);
-}
-
-// A format-32 property's items. (XCB hands them over as 32-bit values; Xlib
-// would widen them to longs.)
-std::vector<std::uint32_t> items32(xcb_connection_t* connection, xcb_get_property_cookie_t cookie) {
-  auto reply = answerTo(xcb_get_property_reply, connection, cookie);
-  if (!reply || reply->format != 32) return {};
-  const auto* items = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
-  return std::vector<std::uint32_t>(items, items + xcb_get_property_value_length(reply.get()) / 4);
-}
-
-// Top-level windows, bottom-most first, as X and the window manager keep them:
-// the manager's stacking list when one runs, else the root's children.
-std::vector<xcb_window_t> stackingBottomUp(xcb_connection_t* connection, xcb_window_t root, const Atoms& atoms) {
-  const auto check = askProperty(connection, root, atoms[kSupportingWmCheck], XCB_ATOM_WINDOW);
-  const auto stacking = askProperty(connection, root, atoms[kClientListStacking], XCB_ATOM_WINDOW);
-  const auto tree = xcb_query_tree(connection, root);
-  const auto manager = items32(connection, check);
-  auto clients = items32(connection, stacking);
-  auto children = answerTo(xcb_query_tree_reply, connection, tree);
-  if (!manager.empty() && manager.front() != 0 && !clients.empty()) return clients;
-  if (!children) return {};
-  const xcb_window_t* first = xcb_query_tree_children(children.get());
-  return std::vector<xcb_window_t>(first, first + xcb_query_tree_children_length(children.get()));
-}
-
 bool hasResourceExtension(xcb_connection_t* connection) {
   const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_res_id);
   if (extension == nullptr || extension->present == 0) return false;
@@ -104,34 +65,38 @@ bool hasResourceExtension(xcb_connection_t* connection) {
 }
 
 // Every question about one window, sent before any answer is awaited, so that
-// the whole list costs a few round trips rather than several per window.
+// the whole list costs a few round trips rather than several per window. The
+// client is asked for what the application set; the top-level for where it
+// stands. A frame that the window manager only describes (_NET_FRAME_EXTENTS)
+// is asked for where the client is its own top-level.
 struct WindowQuestions {
-  xcb_window_t window = 0;
   xcb_get_window_attributes_cookie_t attributes{};
   xcb_get_geometry_cookie_t geometry{};
   xcb_translate_coordinates_cookie_t origin{};
   xcb_get_property_cookie_t state{};
   xcb_get_property_cookie_t netName{};
   xcb_get_property_cookie_t legacyName{};
-  xcb_get_property_cookie_t frameExtents{};
+  std::optional<xcb_get_property_cookie_t> frameExtents;
   xcb_get_property_cookie_t pid{};
   std::optional<xcb_res_query_client_ids_cookie_t> clientIds;
 };
 
-WindowQuestions ask(xcb_connection_t* connection, xcb_window_t window, xcb_window_t root, const Atoms& atoms,
+WindowQuestions ask(xcb_connection_t* connection, const StackedWindow& window, xcb_window_t root, const Atoms& atoms,
                     bool haveXRes) {
+  const xcb_window_t client = window.client;
   WindowQuestions questions;
-  questions.window = window;
-  questions.attributes = xcb_get_window_attributes(connection, window);
-  questions.geometry = xcb_get_geometry(connection, window);
-  questions.origin = xcb_translate_coordinates(connection, window, root, 0, 0);
-  questions.state = askProperty(connection, window, atoms[kWmState], XCB_ATOM_ATOM);
-  questions.netName = askProperty(connection, window, atoms[kWmName], atoms[kUtf8String]);
-  questions.legacyName = askProperty(connection, window, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY);
-  questions.frameExtents = askProperty(connection, window, atoms[kFrameExtents], XCB_ATOM_CARDINAL);
-  questions.pid = askProperty(connection, window, atoms[kWmPid], XCB_ATOM_CARDINAL);
+  questions.attributes = xcb_get_window_attributes(connection, client);
+  questions.geometry = xcb_get_geometry(connection, window.topLevel);
+  questions.origin = xcb_translate_coordinates(connection, window.topLevel, root, 0, 0);
+  questions.state = askProperty(connection, client, atoms[kNetWmState], XCB_ATOM_ATOM);
+  questions.netName = askProperty(connection, client, atoms[kWmName], atoms[kUtf8String]);
+  questions.legacyName = askProperty(connection, client, XCB_ATOM_WM_NAME, XCB_GET_PROPERTY_TYPE_ANY);
+  if (window.topLevel == client) {
+    questions.frameExtents = askProperty(connection, client, atoms[kFrameExtents], XCB_ATOM_CARDINAL);
+  }
+  questions.pid = askProperty(connection, client, atoms[kWmPid], XCB_ATOM_CARDINAL);
   if (haveXRes) {
-    const xcb_res_client_id_spec_t pidOfOwner{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    const xcb_res_client_id_spec_t pidOfOwner{client, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
     questions.clientIds = xcb_res_query_client_ids(connection, 1, &pidOfOwner);
   }
   return questions;
@@ -140,10 +105,10 @@ WindowQuestions ask(xcb_connection_t* connection, xcb_window_t window, xcb_windo
 // Drops the answers still pending for a window that is passed over (its
 // attributes and state have been read).
 void discard(xcb_connection_t* connection, const WindowQuestions& questions) {
-  for (const xcb_get_property_cookie_t cookie :
-       {questions.netName, questions.legacyName, questions.frameExtents, questions.pid}) {
+  for (const xcb_get_property_cookie_t cookie : {questions.netName, questions.legacyName, questions.pid}) {
     xcb_discard_reply(connection, cookie.sequence);
   }
+  if (questions.frameExtents) xcb_discard_reply(connection, questions.frameExtents->sequence);
   xcb_discard_reply(connection, questions.geometry.sequence);
   xcb_discard_reply(connection, questions.origin.sequence);
   if (questions.clientIds) xcb_discard_reply(connection, questions.clientIds->sequence);
@@ -201,12 +166,15 @@ std::optional<std::string> windowName(Display* display, xcb_connection_t* connec
   return convertLegacyName(display, *legacyName);
 }
 
-// The window's outer rectangle in root coordinates: its own area, pushed out by
-// the frame that the window manager drew around it.
-std::optional<WindowBounds> outerBounds(xcb_connection_t* connection, const WindowQuestions& questions) {
+// The window's outer rectangle in root coordinates, in points: the top-level's
+// own area, pushed out by the frame that the window manager describes, divided
+// by the device pixels per point.
+std::optional<WindowBounds> outerBounds(xcb_connection_t* connection, const WindowQuestions& questions,
+                                        double pixelsPerPoint) {
   auto geometry = answerTo(xcb_get_geometry_reply, connection, questions.geometry);
   auto origin = answerTo(xcb_translate_coordinates_reply, connection, questions.origin);
-  const auto extents = items32(connection, questions.frameExtents);
+  const auto extents =
+      questions.frameExtents ? items32(connection, *questions.frameExtents) : std::vector<std::uint32_t>{};
   if (!geometry || !origin) return std::nullopt;
   double left = 0.0, right = 0.0, top = 0.0, bottom = 0.0;
   if (extents.size() >= 4) {
@@ -216,10 +184,10 @@ std::optional<WindowBounds> outerBounds(xcb_connection_t* connection, const Wind
     bottom = extents[3];
   }
   return WindowBounds{
-      .x = origin->dst_x - left,
-      .y = origin->dst_y - top,
-      .width = geometry->width + left + right,
-      .height = geometry->height + top + bottom,
+      .x = (origin->dst_x - left) / pixelsPerPoint,
+      .y = (origin->dst_y - top) / pixelsPerPoint,
+      .width = (geometry->width + left + right) / pixelsPerPoint,
+      .height = (geometry->height + top + bottom) / pixelsPerPoint,
   };
 }
 
@@ -231,7 +199,7 @@ bool isHidden(xcb_connection_t* connection, const WindowQuestions& questions, co
 // The entry for one window, or nothing when it is not on screen (unmapped, an
 // input-only window, minimised, or gone meanwhile).
 std::optional<WindowListEntry> answer(Display* display, xcb_connection_t* connection,
-                                      const WindowQuestions& questions, const Atoms& atoms) {
+                                      const WindowQuestions& questions, const Atoms& atoms, double pixelsPerPoint) {
   auto attributes = answerTo(xcb_get_window_attributes_reply, connection, questions.attributes);
   const bool hidden = isHidden(connection, questions, atoms);
   if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
@@ -240,7 +208,7 @@ std::optional<WindowListEntry> answer(Display* display, xcb_connection_t* connec
     return std::nullopt;
   }
   WindowListEntry entry;
-  entry.bounds = outerBounds(connection, questions);
+  entry.bounds = outerBounds(connection, questions, pixelsPerPoint);
   entry.name = windowName(display, connection, questions);
   entry.ownerProcessId = ownerProcessId(connection, questions);
   return entry;
@@ -249,6 +217,8 @@ std::optional<WindowListEntry> answer(Display* display, xcb_connection_t* connec
 }  // namespace
 
 std::optional<std::vector<WindowListEntry>> X11WindowList::onScreenWindows() {
+  const std::optional<int> scale = pixelsPerPoint_();
+  if (!scale || *scale < 1) return std::nullopt;
   const DisplayPtr display(XOpenDisplay(nullptr), &XCloseDisplay);
   if (!display) return std::nullopt;
   xcb_connection_t* connection = XGetXCBConnection(display.get());
@@ -256,15 +226,14 @@ std::optional<std::vector<WindowListEntry>> X11WindowList::onScreenWindows() {
   const Atoms atoms = internAtoms(connection);
   const bool haveXRes = hasResourceExtension(connection);
 
-  const std::vector<xcb_window_t> windows = stackingBottomUp(connection, root, atoms);
+  const std::vector<StackedWindow> windows = stackedWindowsFrontFirst(
+      connection, root, StackingAtoms{atoms[kSupportingWmCheck], atoms[kClientListStacking], atoms[kWmState]});
   std::vector<WindowQuestions> questions;
   questions.reserve(windows.size());
-  for (auto it = windows.rbegin(); it != windows.rend(); ++it) {
-    questions.push_back(ask(connection, *it, root, atoms, haveXRes));
-  }
+  for (const StackedWindow& window : windows) questions.push_back(ask(connection, window, root, atoms, haveXRes));
   std::vector<WindowListEntry> entries;
   for (const WindowQuestions& window : questions) {
-    if (auto entry = answer(display.get(), connection, window, atoms)) entries.push_back(std::move(*entry));
+    if (auto entry = answer(display.get(), connection, window, atoms, *scale)) entries.push_back(std::move(*entry));
   }
   return entries;
 }

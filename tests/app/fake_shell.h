@@ -34,6 +34,7 @@ class FakeNativeWindow final : public NativeWindow {
     std::vector<WindowFrame> framesSet;
     bool customFrame = false;
     bool visible = false;
+    std::int64_t number = 0x2a00003;
     // The startup ids of the launches it came forward for, and of those it ended the notification of.
     std::vector<std::string> broughtForward;
     std::vector<std::string> notificationsEnded;
@@ -41,6 +42,7 @@ class FakeNativeWindow final : public NativeWindow {
 
   explicit FakeNativeWindow(std::shared_ptr<State> state) : state_(std::move(state)) {}
 
+  std::int64_t number() const override { return state_->number; }
   WindowFrame frame() const override { return state_->frame; }
   void setFrame(const WindowFrame& frame) override {
     state_->frame = frame;

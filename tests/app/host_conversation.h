@@ -38,9 +38,11 @@ inline std::unique_ptr<LinkClient> connectTo(const HostProcess& host) {
 inline bool running(HostProcess& host) { return !host.waitExit(0ms); }
 
 // A call on `channel` and its answer; fails the test when none comes.
-inline ChannelReply callHost(LinkClient& client, const std::string& channel, const std::string& method) {
+inline ChannelReply callHost(LinkClient& client, const std::string& channel, const std::string& method,
+                             ChannelValue arguments = {}) {
   std::string error;
-  std::optional<ChannelReply> reply = client.call(channel, MethodCall{method, {}}, kAnswerTime, &error);
+  std::optional<ChannelReply> reply =
+      client.call(channel, MethodCall{method, std::move(arguments)}, kAnswerTime, &error);
   if (!reply) {
     ADD_FAILURE() << method << ": " << error;
     return ChannelReply::error("TEST", error);

@@ -123,6 +123,9 @@ TEST_F(MainWindowSetupTest, WindowPluginShowsAndHidesTheMainWindowKeepingItsFram
   EXPECT_TRUE(native_->visible);
   EXPECT_EQ(call("isWindowVisible"), ChannelReply::success(true));
   EXPECT_EQ(native_->frame, kDescribedFrame);
+  const ChannelReply handle = call("getAppWindowHandle");
+  ASSERT_TRUE(handle.isSuccess());
+  EXPECT_EQ(handle.value().asInteger(), native_->number);
   EXPECT_EQ(call("hideWindow"), ChannelReply::success());
   EXPECT_FALSE(native_->visible);
   EXPECT_EQ(call("ShowWindow"), ChannelReply::notImplemented());
@@ -132,7 +135,7 @@ TEST_F(MainWindowSetupTest, WindowPluginShowsAndHidesTheMainWindowKeepingItsFram
 TEST_F(MainWindowSetupTest, WithoutADisplayTheWindowPluginAnswersUnavailable) {
   auto window = makeWindow(generatedPlugins(), /*withDisplay=*/false);
   window->awakeFromNib();
-  for (const char* method : {"showWindow", "hideWindow", "isWindowVisible"}) {
+  for (const char* method : {"showWindow", "hideWindow", "isWindowVisible", "getAppWindowHandle"}) {
     const ChannelReply reply = messenger_.deliver(BitsdojoWindowPlugin::kChannel, MethodCall{method, {}});
     ASSERT_TRUE(reply.isError()) << method;
     EXPECT_EQ(reply.error().code, "UNAVAILABLE") << method;

@@ -1,4 +1,5 @@
-// showWindow on the host's own GTK windows, and the screen metrics, on the X display.
+// showWindow on the host's own GTK windows, and the screen metrics, on the X
+// display: on each of its monitors, at its scale.
 // gtest first: Xlib's None macro would break it.
 #include "tests/window/desktop_support.h"
 #include "window/application_window.h"
@@ -6,6 +7,9 @@
 #include <X11/Xatom.h>
 #include <gdk/gdkx.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
 
 namespace quillon {
 namespace {
@@ -25,14 +29,34 @@ bool iconified(GtkWindow* window) {
   return (gdk_window_get_state(gtk_widget_get_window(GTK_WIDGET(window))) & GDK_WINDOW_STATE_ICONIFIED) != 0;
 }
 
+GdkRectangle outerFrame(GtkWindow* window) {
+  GdkRectangle outer{};
+  gdk_window_get_frame_extents(gtk_widget_get_window(GTK_WIDGET(window)), &outer);
+  return outer;
+}
+
 class DesktopHostWindowsTest : public testing::DesktopTest {
  protected:
   bool show(GtkWindow* window, std::int64_t command) {
     return ApplicationWindow::showWindow(desktop.services, numberOf(window), command);
   }
+
+  // The monitor's work area as the window manager publishes it
+  // (_NET_WORKAREA, device pixels, for the whole screen), cut to the monitor;
+  // the whole monitor where the window manager publishes none.
+  ScreenDimensions workAreaOf(const GdkRectangle& monitor) const {
+    const std::vector<unsigned long> area = testing::rootItems("_NET_WORKAREA", XA_CARDINAL);
+    if (area.size() < 4) return ScreenDimensions{monitor.width, monitor.height};
+    const auto scaled = [this](unsigned long value) { return static_cast<int>(value) / traits.scale; };
+    const int left = std::max(monitor.x, scaled(area[0]));
+    const int top = std::max(monitor.y, scaled(area[1]));
+    const int right = std::min(monitor.x + monitor.width, scaled(area[0] + area[2]));
+    const int bottom = std::min(monitor.y + monitor.height, scaled(area[1] + area[3]));
+    return ScreenDimensions{right - left, bottom - top};
+  }
 };
 
-TEST_F(DesktopHostWindowsTest, HideShowMinimiseRestoreAndMaximise) {
+TEST_F(DesktopHostWindowsTest, HideShowAndCodesThatDoNotAct) {
   GtkWindow* window = openWindow("Host window", 400, 300);
   ASSERT_TRUE(testing::waitUntil([&] { return listedOnScreen(desktop.windowList, "Host window"); }));
 
@@ -41,8 +65,21 @@ TEST_F(DesktopHostWindowsTest, HideShowMinimiseRestoreAndMaximise) {
 
   EXPECT_TRUE(show(window, 1));
   EXPECT_TRUE(testing::waitUntil(
-      [&] { return listedOnScreen(desktop.windowList, "Host window") && gtk_window_is_active(window); }));
+      [&] { return listedOnScreen(desktop.windowList, "Host window") && !iconified(window); }));
 
+  // Codes that do not act leave the window as it is.
+  for (const std::int64_t idle : {4, 5, 7, 8, 10, 11, 12, -1}) EXPECT_FALSE(show(window, idle)) << idle;
+  EXPECT_FALSE(iconified(window));
+  EXPECT_TRUE(listedOnScreen(desktop.windowList, "Host window"));
+  if (!becomesActive(window)) GTEST_SKIP() << traits.windowManager << " gives no window the keyboard";
+}
+
+TEST_F(DesktopHostWindowsTest, MinimiseAndRestore) {
+  if (!traits.supports("_NET_WM_STATE_HIDDEN")) {
+    GTEST_SKIP() << traits.windowManager << " does not minimise windows (no _NET_WM_STATE_HIDDEN)";
+  }
+  GtkWindow* window = openWindow("Host window", 400, 300);
+  ASSERT_TRUE(testing::waitUntil([&] { return listedOnScreen(desktop.windowList, "Host window"); }));
   for (const std::int64_t minimise : {2, 6}) {
     EXPECT_TRUE(show(window, minimise));
     EXPECT_TRUE(testing::waitUntil(
@@ -52,19 +89,63 @@ TEST_F(DesktopHostWindowsTest, HideShowMinimiseRestoreAndMaximise) {
     EXPECT_TRUE(testing::waitUntil(
         [&] { return !iconified(window) && listedOnScreen(desktop.windowList, "Host window"); }));
   }
+}
 
-  // Codes that do not act leave the window as it is.
-  for (const std::int64_t idle : {4, 5, 7, 8, 10, 11, 12, -1}) EXPECT_FALSE(show(window, idle)) << idle;
-  EXPECT_FALSE(iconified(window));
+// On each monitor in turn (two on a desktop of two outputs), the screen
+// metrics and maximising follow the monitor of the key window: the windows on
+// the monitors before stay, so the key window is not the host's first one.
+TEST_F(DesktopHostWindowsTest, ScreenMetricsAndMaximiseFollowTheKeyWindowsMonitor) {
+  GdkDisplay* display = gdk_display_get_default();
+  for (int index = 0; index < traits.monitors; ++index) {
+    SCOPED_TRACE("monitor " + std::to_string(index) + " of " + std::to_string(traits.monitors));
+    GdkRectangle monitor{};
+    gdk_monitor_get_geometry(gdk_display_get_monitor(display, index), &monitor);
+    const std::string title = "Window on monitor " + std::to_string(index);
+    GtkWindow* window = openWindowAt(title.c_str(), monitor.x + 50, monitor.y + 50, 400, 300);
+    ASSERT_TRUE(testing::waitUntil([&] { return listedOnScreen(desktop.windowList, title); }));
+    gtk_window_present_with_time(window, gdk_x11_get_server_time(gtk_widget_get_window(GTK_WIDGET(window))));
+    if (traits.monitors > 1 && !becomesActive(window)) {
+      GTEST_SKIP() << traits.windowManager << " gives no window the keyboard";
+    }
+    if (gdk_display_get_monitor_at_window(display, gtk_widget_get_window(GTK_WIDGET(window))) !=
+        gdk_display_get_monitor(display, index)) {
+      GTEST_SKIP() << traits.windowManager << " placed the window on another monitor than asked";
+    }
 
-  const auto screen = desktop.screens.mainScreen();
-  ASSERT_TRUE(screen);
-  EXPECT_TRUE(show(window, 3));
-  GdkRectangle outer{};
-  EXPECT_TRUE(testing::waitUntil([&] {
-    gdk_window_get_frame_extents(gtk_widget_get_window(GTK_WIDGET(window)), &outer);
-    return outer.width == static_cast<int>(screen->frame.width) && outer.height == static_cast<int>(screen->frame.height);
-  })) << outer.width << "x" << outer.height;
+    EXPECT_EQ(ApplicationWindow::getScreenBounds(desktop.services), (ScreenDimensions{monitor.width, monitor.height}));
+    EXPECT_EQ(ApplicationWindow::getScreenWorkingAreaDimensions(desktop.services), workAreaOf(monitor));
+
+    EXPECT_TRUE(show(window, 3));
+    GdkRectangle outer{};
+    // GDK rounds the window manager's device pixels up to whole points.
+    EXPECT_TRUE(testing::waitUntil([&] {
+      outer = outerFrame(window);
+      return std::abs(outer.width - monitor.width) <= 1 && std::abs(outer.height - monitor.height) <= 1;
+    })) << outer.width << "x" << outer.height << " for " << monitor.width << "x" << monitor.height;
+  }
+}
+
+// While no window of the host has the keyboard (another application's has it,
+// or none has, as under a compositor without a keyboard), the host's window on
+// the screen still tells which monitor counts.
+TEST_F(DesktopHostWindowsTest, WithTheKeyboardElsewhereTheHostsWindowTellsTheMonitor) {
+  GdkDisplay* display = gdk_display_get_default();
+  GdkRectangle last{};
+  gdk_monitor_get_geometry(gdk_display_get_monitor(display, traits.monitors - 1), &last);
+  GtkWindow* window = openWindowAt("Host window", last.x + 50, last.y + 50, 400, 300);
+  ASSERT_TRUE(testing::waitUntil([&] { return listedOnScreen(desktop.windowList, "Host window"); }));
+  testing::SpawnedProgram other({X11_TEST_CLIENT, "Other application", "300x200+60+60"});
+  const auto otherHasTheKeyboard = [&] {
+    gchar* output = nullptr;
+    g_spawn_command_line_sync("xdotool search --name '^Other application$' windowactivate", &output, nullptr,
+                              nullptr, nullptr);
+    g_free(output);
+    return gtk_window_is_active(window) == FALSE && !gtk_window_has_toplevel_focus(window);
+  };
+  if (!testing::waitUntil(otherHasTheKeyboard)) {
+    GTEST_SKIP() << traits.windowManager << " did not give the keyboard to another application's window";
+  }
+  EXPECT_EQ(ApplicationWindow::getScreenBounds(desktop.services), (ScreenDimensions{last.width, last.height}));
 }
 
 TEST_F(DesktopHostWindowsTest, NumbersOfOtherWindowsAreNotReachable) {
@@ -76,29 +157,6 @@ TEST_F(DesktopHostWindowsTest, NumbersOfOtherWindowsAreNotReachable) {
     EXPECT_FALSE(ApplicationWindow::showWindow(desktop.services, numberOf(window) + 1, command));
   }
   EXPECT_TRUE(listedOnScreen(desktop.windowList, "Host window"));
-}
-
-// The X screen's size and the window manager's _NET_WORKAREA, read directly.
-TEST_F(DesktopHostWindowsTest, ScreenMetricsMatchTheXScreenAndTheWorkArea) {
-  Display* display = gdk_x11_get_default_xdisplay();
-  const ScreenDimensions xScreen{DisplayWidth(display, DefaultScreen(display)),
-                                 DisplayHeight(display, DefaultScreen(display))};
-  EXPECT_EQ(ApplicationWindow::getScreenBounds(desktop.services), xScreen);
-
-  Atom type = 0;
-  int format = 0;
-  unsigned long count = 0, after = 0;
-  unsigned char* data = nullptr;
-  ASSERT_EQ(XGetWindowProperty(display, gdk_x11_get_default_root_xwindow(),
-                               XInternAtom(display, "_NET_WORKAREA", False), 0, 4, False, XA_CARDINAL, &type, &format,
-                               &count, &after, &data),
-            Success);
-  ASSERT_NE(data, nullptr);
-  ASSERT_EQ(count, 4U);
-  const long* workArea = reinterpret_cast<const long*>(data);
-  const ScreenDimensions expected{workArea[2], workArea[3]};
-  XFree(data);
-  EXPECT_EQ(ApplicationWindow::getScreenWorkingAreaDimensions(desktop.services), expected);
 }
 
 }  // namespace

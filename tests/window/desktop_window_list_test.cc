@@ -1,4 +1,5 @@
-// The X11 window list and getWindowRect against windows of another process.
+// The X11 window list and getWindowRect against windows of another process
+// and of the test's own, in points.
 // gtest first: Xlib's None macro would break it.
 #include "tests/window/desktop_support.h"
 #include "window/application_window.h"
@@ -7,6 +8,7 @@
 #include <X11/Xutil.h>
 
 #include <memory>
+#include <unistd.h>
 
 namespace quillon {
 namespace {
@@ -38,21 +40,6 @@ Window clientNamed(const std::string& name) {
   return client;
 }
 
-// The outer rectangle of the named client as the X server holds it: the
-// geometry of the frame window that the window manager reparented it into.
-std::optional<WindowBounds> frameGeometryOf(const std::string& name) {
-  const Window client = clientNamed(name);
-  const DisplayPtr display(XOpenDisplay(nullptr), &XCloseDisplay);
-  Window root = None, parent = None, *children = nullptr;
-  unsigned count = 0;
-  if (client == 0 || XQueryTree(display.get(), client, &root, &parent, &children, &count) == 0) return std::nullopt;
-  if (children != nullptr) XFree(children);
-  int x = 0, y = 0;
-  unsigned width = 0, height = 0, border = 0, depth = 0;
-  XGetGeometry(display.get(), parent, &root, &x, &y, &width, &height, &border, &depth);
-  return WindowBounds{x, y, width + 2 * border, height + 2 * border};
-}
-
 // Whether the window manager has iconified the named client (ICCCM WM_STATE).
 bool isIconified(const std::string& name) {
   const Window client = clientNamed(name);
@@ -71,40 +58,85 @@ bool isIconified(const std::string& name) {
   return iconic;
 }
 
-class DesktopWindowListTest : public testing::DesktopTest {};
+bool sameBounds(const WindowBounds& listed, const WindowBounds& expected) {
+  return listed.x == expected.x && listed.y == expected.y && listed.width == expected.width &&
+         listed.height == expected.height;
+}
 
-TEST_F(DesktopWindowListTest, ListsAnotherProcessesWindowsFrontMostFirst) {
-  testing::SpawnedProgram client({X11_TEST_CLIENT, "--false-pid", "Back window", "300x200+100+150", "--legacy-name",
-                                "Front window", "320x240+500+400", "--minimised", "Hidden window", "200x100+50+50"});
-  ASSERT_GT(client.pid(), 0);
-  std::vector<WindowListEntry> entries;
-  // Ready once both are framed (bounds larger than the client area).
-  ASSERT_TRUE(testing::waitUntil([&] {
-    entries = windowsOf(desktop.windowList, client.pid());
-    return entries.size() == 2 && entries[0].bounds && entries[0].bounds->width > 320.0 && entries[1].bounds &&
-           entries[1].bounds->width > 300.0;
-  })) << ::testing::PrintToString(namesOf(entries));
-
-  ASSERT_TRUE(testing::waitUntil([] { return isIconified("Hidden window"); }));
-  entries = windowsOf(desktop.windowList, client.pid());
-  EXPECT_EQ(namesOf(entries), (std::vector<std::string>{"Front window", "Back window"}));
-  for (const WindowListEntry& entry : entries) {
-    const auto expected = frameGeometryOf(*entry.name);
-    ASSERT_TRUE(expected) << *entry.name;
-    EXPECT_EQ(entry.bounds->x, expected->x) << *entry.name;
-    EXPECT_EQ(entry.bounds->y, expected->y) << *entry.name;
-    EXPECT_EQ(entry.bounds->width, expected->width) << *entry.name;
-    EXPECT_EQ(entry.bounds->height, expected->height) << *entry.name;
+class DesktopWindowListTest : public testing::DesktopTest {
+ protected:
+  // Whether the list shows each of `names` (and nothing else of `pid`) in this
+  // order with the bounds of its top-level, in points.
+  bool listsInOrder(pid_t pid, const std::vector<std::string>& names, std::vector<WindowListEntry>& entries) {
+    entries = windowsOf(desktop.windowList, pid);
+    if (namesOf(entries) != names) return false;
+    for (const WindowListEntry& entry : entries) {
+      const auto expected = testing::topLevelBounds(clientNamed(*entry.name), traits.scale);
+      if (!expected || !entry.bounds || !sameBounds(*entry.bounds, *expected)) return false;
+    }
+    return true;
   }
-  EXPECT_EQ(entries[0].bounds->x, 500.0);
-  EXPECT_EQ(entries[0].bounds->y, 400.0);
+};
+
+// With a window manager that publishes its stacking list (openbox) and with
+// ones that do not (xfwm4, Weston's XWayland manager, which frame each client):
+// the client's pid and name, its frame's bounds in points.
+TEST_F(DesktopWindowListTest, ListsAnotherProcessesWindowsFrontMostFirst) {
+  // Only a window manager that minimises windows (_NET_WM_STATE_HIDDEN) can
+  // show that a minimised window is left out.
+  const bool minimises = traits.supports("_NET_WM_STATE_HIDDEN");
+  std::vector<std::string> arguments{X11_TEST_CLIENT, "--false-pid", "Back window", "300x200+100+150",
+                                     "--legacy-name", "Front window", "320x240+500+400"};
+  if (minimises) arguments.insert(arguments.end(), {"--minimised", "Hidden window", "200x100+50+50"});
+  testing::SpawnedProgram client(arguments);
+  ASSERT_GT(client.pid(), 0);
+  if (minimises) {
+    ASSERT_TRUE(testing::waitUntil([] { return isIconified("Hidden window"); }));
+  }
+  std::vector<WindowListEntry> entries;
+  EXPECT_TRUE(testing::waitUntil([&] {
+    return listsInOrder(client.pid(), {"Front window", "Back window"}, entries);
+  })) << ::testing::PrintToString(namesOf(entries)) << " on " << traits.windowManager;
+  ASSERT_EQ(entries.size(), 2U);
+  // Framed: larger than the client's own 320 x 240 device pixels.
+  EXPECT_GT(*entries[0].bounds->width * traits.scale, 320.0);
 
   const auto rect = ApplicationWindow::getWindowRect(desktop.services, client.pid());
   ASSERT_TRUE(rect);
   const WindowBounds& front = *entries[0].bounds;
-  EXPECT_EQ(*rect, (WindowRect{400, 500, static_cast<std::int64_t>(*front.y + *front.height),
+  EXPECT_EQ(*rect, (WindowRect{static_cast<std::int64_t>(*front.y), static_cast<std::int64_t>(*front.x),
+                               static_cast<std::int64_t>(*front.y + *front.height),
                                static_cast<std::int64_t>(*front.x + *front.width)}));
   EXPECT_TRUE(desktop.diagnostics.lines.empty());
+}
+
+// The test's own window, in the points GTK places it in (its frame's
+// top-left where it was asked to stand), whatever the scale: one unit for
+// everything the host answers and acts on.
+TEST_F(DesktopWindowListTest, TheHostsOwnWindowIsListedInPoints) {
+  GtkWindow* window = openWindowAt("Host window", 100, 80, 400, 300);
+  const Window xid = gdk_x11_window_get_xid(gtk_widget_get_window(GTK_WIDGET(window)));
+  std::optional<WindowBounds> expected;
+  std::vector<WindowListEntry> entries;
+  EXPECT_TRUE(testing::waitUntil([&] {
+    expected = testing::topLevelBounds(xid, traits.scale);
+    entries = windowsOf(desktop.windowList, getpid());
+    return expected && *expected->width > 400.0 && entries.size() == 1 && entries[0].bounds &&
+           sameBounds(*entries[0].bounds, *expected);
+  })) << "at scale " << traits.scale;
+  ASSERT_TRUE(expected);
+  // GTK's own idea of the frame: the same, but for GDK rounding the window
+  // manager's device pixels up to whole points.
+  GdkRectangle outer{};
+  gdk_window_get_frame_extents(gtk_widget_get_window(GTK_WIDGET(window)), &outer);
+  EXPECT_NEAR(*expected->x, outer.x, 0.5);
+  EXPECT_NEAR(*expected->y, outer.y, 0.5);
+  EXPECT_NEAR(*expected->width, outer.width, 1.0);
+  EXPECT_NEAR(*expected->height, outer.height, 1.0);
+  const auto whole = [](double value) { return static_cast<std::int64_t>(value); };
+  EXPECT_EQ(ApplicationWindow::getWindowRect(desktop.services, getpid()),
+            (WindowRect{whole(*expected->y), whole(*expected->x), whole(*expected->y + *expected->height),
+                        whole(*expected->x + *expected->width)}));
 }
 
 TEST_F(DesktopWindowListTest, AProcessWithoutWindowsHasNoRect) {
@@ -132,7 +164,7 @@ TEST(BareXServerTest, ListsTheRootsChildrenTopMostFirst) {
   setenv("DISPLAY", display.c_str(), 1);
   {
     testing::SpawnedProgram client({X11_TEST_CLIENT, "Lower", "120x80+10+20", "Upper", "130x90+30+40"});
-    X11WindowList list;
+    X11WindowList list([] { return std::optional<int>(1); });  // the desktop's scale is not this server's
     std::vector<WindowListEntry> entries;
     EXPECT_TRUE(testing::waitUntil([&] { return (entries = windowsOf(list, client.pid())).size() == 2; }));
     ASSERT_EQ(namesOf(entries), (std::vector<std::string>{"Upper", "Lower"}));
