@@ -2,11 +2,8 @@
 // with one line naming the display, every connection closed, the socket file
 // removed and exit status 0.
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 #include <random>
 
@@ -17,14 +14,6 @@ namespace quillon::testing {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool accepts(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-  UniqueFd probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  return ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-}
 
 // An Xvfb of the test's own on a display number nobody uses.
 class OwnXServer {
@@ -40,7 +29,7 @@ class OwnXServer {
 
   std::string name() const { return ":" + std::to_string(number_); }
   bool waitReady() {
-    return waitUntil([this] { return !server_->running() || accepts(socketPath()); }, kAnswerTime) &&
+    return waitUntil([this] { return !server_->running() || acceptsConnections(socketPath()); }, kAnswerTime) &&
            server_->running();
   }
   void kill() {

@@ -10,13 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/linux/posix_tool_runner.h"
-#include "platform/linux/proc_running_applications.h"
-#include "platform/linux/process_query_script_runner.h"
-#include "platform/linux/x11_window_list.h"
-#include "process/process_manager.h"
+#include "tests/process/linux_process_platform.h"
 #include "tests/process/sleeping_child.h"
-#include "tests/support/capturing_diagnostics.h"
 
 namespace quillon {
 namespace {
@@ -27,12 +22,8 @@ bool stillRuns(pid_t child) {
 }
 
 TEST(HostileProcessIdTest, NoIdReachesAGroupOrAnotherProcessThroughKill) {
-  PosixToolRunner tools;
-  ProcRunningApplications applications;
-  ProcessQueryScriptRunner scripts;
-  X11WindowList windows;
-  testing::CapturingDiagnostics diagnostics;
-  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
+  testing::LinuxProcessPlatform platform;
+  ProcessManager& manager = platform.manager;
   testing::SleepingChild bystander("bystander");
   ASSERT_GT(bystander.pid(), 0);
   const std::int64_t pid = bystander.pid();

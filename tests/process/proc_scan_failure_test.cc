@@ -9,12 +9,7 @@
 
 #include <cerrno>
 
-#include "platform/linux/posix_tool_runner.h"
-#include "platform/linux/proc_running_applications.h"
-#include "platform/linux/process_query_script_runner.h"
-#include "platform/linux/x11_window_list.h"
-#include "process/process_manager.h"
-#include "tests/support/capturing_diagnostics.h"
+#include "tests/process/linux_process_platform.h"
 #include "tests/support/reply_recorder.h"
 
 namespace {
@@ -45,12 +40,9 @@ class ProcScanFailureTest : public ::testing::Test {
     return recorder.only();
   }
 
-  PosixToolRunner tools;
-  ProcRunningApplications applications;
-  ProcessQueryScriptRunner scripts;
-  X11WindowList windows;
-  testing::CapturingDiagnostics diagnostics;
-  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
+  testing::LinuxProcessPlatform platform;
+  ProcRunningApplications& applications = platform.applications;
+  ProcessManager& manager = platform.manager;
 };
 
 TEST_F(ProcScanFailureTest, ProcessesByNameAnswerTheEmptyListWhenProcCannotBeReadThrough) {

@@ -16,6 +16,7 @@
 #include "process/main_window_script.h"
 #include "process/process_manager.h"
 #include "tests/process/descriptor_census.h"
+#include "tests/process/linux_process_platform.h"
 #include "tests/process/sleeping_child.h"
 #include "tests/support/capturing_diagnostics.h"
 #include "tests/support/reply_recorder.h"
@@ -23,6 +24,7 @@
 namespace quillon {
 namespace {
 
+using testing::LinuxProcessPlatform;
 using testing::SleepingChild;
 
 // Longer than the kernel's 15-character command names, with a blank inside.
@@ -58,12 +60,9 @@ class ProcessIntegrationTest : public ::testing::Test {
     return ids;
   }
 
-  PosixToolRunner tools;
-  ProcRunningApplications applications;
-  ProcessQueryScriptRunner scripts;
-  X11WindowList windows;
-  testing::CapturingDiagnostics diagnostics;
-  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
+  LinuxProcessPlatform platform;
+  ProcessManager& manager = platform.manager;
+  testing::CapturingDiagnostics& diagnostics = platform.diagnostics;
 };
 
 TEST_F(ProcessIntegrationTest, ARunningChildIsListedFoundAndRead) {

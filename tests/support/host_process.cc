@@ -18,15 +18,15 @@ namespace quillon::testing {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-bool accepts(const std::string& path) {
+bool acceptsConnections(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
   UniqueFd probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   return ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
+
+namespace {
 
 void writeHelper(const fs::path& path) {
   fs::create_directories(path.parent_path());
@@ -86,7 +86,7 @@ std::unique_ptr<ChildProcess> HostProcess::spawnHost(const std::string& name,
 }
 
 bool HostProcess::waitReady(std::chrono::milliseconds timeout) {
-  return waitUntil([this] { return !host_->running() || accepts(socketPath_); }, timeout) && host_->running();
+  return waitUntil([this] { return !host_->running() || acceptsConnections(socketPath_); }, timeout) && host_->running();
 }
 
 std::optional<int> HostProcess::stop() {

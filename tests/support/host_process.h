@@ -16,6 +16,9 @@
 
 namespace quillon::testing {
 
+// Whether something accepts connections on the Unix socket at `path`.
+bool acceptsConnections(const std::string& path);
+
 class HostProcess {
  public:
   struct Layout {

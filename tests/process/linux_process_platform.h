@@ -1,0 +1,23 @@
+// The real Linux platform of the process services, and a ProcessManager over
+// it, for the tests that run against the machine's (or a namespace's) processes.
+#pragma once
+
+#include "platform/linux/posix_tool_runner.h"
+#include "platform/linux/proc_running_applications.h"
+#include "platform/linux/process_query_script_runner.h"
+#include "platform/linux/x11_window_list.h"
+#include "process/process_manager.h"
+#include "tests/support/capturing_diagnostics.h"
+
+namespace quillon::testing {
+
+struct LinuxProcessPlatform {
+  PosixToolRunner tools;
+  ProcRunningApplications applications;
+  ProcessQueryScriptRunner scripts;
+  X11WindowList windows;
+  CapturingDiagnostics diagnostics;
+  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
+};
+
+}  // namespace quillon::testing
