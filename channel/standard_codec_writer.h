@@ -92,7 +92,7 @@ class StandardCodecWriter {
   // No interface could decode these bytes, so they never leave as they are. Each
   // source of text decides what its bytes that are not text become; reaching
   // this point means one did not, a bug of ours: debug builds stop here, release
-  // builds say so once per message and send U+FFFD for each ill-formed sequence.
+  // builds say so on standard error and send U+FFFD for each ill-formed sequence.
   void notText(std::string_view bytes) {
     assert(false && "a string that is not UTF-8 was about to leave the host");
     if constexpr (std::is_same_v<Sink, CountingSink>) reportStringNotText();
