@@ -179,6 +179,8 @@ std::optional<std::string> ProcessManager::runAppleScript(const std::string& sou
       environment_.diagnostics.printLine("AppleScript Error: " + outcome.errorInformation);
       return std::nullopt;
     case ScriptOutcome::Kind::kResult:
+      // A result that is not UTF-8 has no text form.
+      if (outcome.text && !isUtf8Text(*outcome.text)) return std::nullopt;
       return std::move(outcome.text);
   }
   return std::nullopt;

@@ -239,6 +239,7 @@ TEST_F(ProcessManagerTest, MainWindowHandleAnswersTheScriptsText) {
       {"process listed", {ScriptOutcome::Kind::kResult, "", "4242"}, ChannelReply::success("4242"), {}},
       {"process not listed", {ScriptOutcome::Kind::kResult, "", ""}, ChannelReply::success(""), {}},
       {"result without text", {ScriptOutcome::Kind::kResult, "", std::nullopt}, notFound, {}},
+      {"result that is not UTF-8", {ScriptOutcome::Kind::kResult, "", "42\xFF"}, notFound, {}},
       {"script not made", {ScriptOutcome::Kind::kNotMade, "", std::nullopt}, notFound, {}},
       {"script failed", {ScriptOutcome::Kind::kFailed, "{number = -1728}", std::nullopt}, notFound,
        {"AppleScript Error: {number = -1728}"}},
