@@ -6,7 +6,10 @@
 
 namespace quillon {
 
-using Instant = std::chrono::system_clock::time_point;
+// To the microsecond, which spans every four-digit year: certificates that never
+// expire end in 9999 and dates from the interface run from 0000, where the
+// system clock's nanoseconds would overflow past 2262.
+using Instant = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
 
 class Clock {
  public:

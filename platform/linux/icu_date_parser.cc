@@ -33,8 +33,11 @@ std::optional<Instant> IcuDateParser::parse(std::string_view pattern, std::strin
   const UDate milliseconds = format.parse(unicodeText, position);
   if (position.getErrorIndex() >= 0 || position.getIndex() == 0) return std::nullopt;
   if (!onlyWhiteSpaceFrom(unicodeText, position.getIndex())) return std::nullopt;
-  const auto sinceEpoch = std::chrono::milliseconds(static_cast<std::int64_t>(std::llround(milliseconds)));
-  return Instant(sinceEpoch);
+  // ICU reads years of more than four digits too; beyond what an instant holds
+  // the date is no date.
+  constexpr double kLimit = static_cast<double>(Instant::duration::max().count() / 1000);
+  if (!(std::abs(milliseconds) < kLimit)) return std::nullopt;
+  return Instant(std::chrono::milliseconds(std::llround(milliseconds)));
 }
 
 }  // namespace quillon

@@ -42,6 +42,8 @@ INSTANTIATE_TEST_SUITE_P(
                       DateCase{"Jan 2 00:00:00 2030 GMT", 1'893'542'400},
                       DateCase{"Jan 02 00:00:00 2030 GMT", 1'893'542'400},
                       DateCase{"Dec 31 23:59:59 2049 GMT", 2'524'607'999},
+                      // What a certificate that never expires says (RFC 5280's 99991231235959Z).
+                      DateCase{"Dec 31 23:59:59 9999 GMT", 253'402'300'799},
                       DateCase{"Jan  2 00:00:00 2030 GMT  \t", 1'893'542'400},
                       DateCase{"Jan  2 00:00:00 2030 UTC", 1'893'542'400},
                       DateCase{"Jan  2 01:00:00 2030 GMT+1", 1'893'542'400},
@@ -49,7 +51,8 @@ INSTANTIATE_TEST_SUITE_P(
                       DateCase{"Jan  2 00:00:00 2030 GMT trailing", {}},
                       DateCase{"Feb 30 00:00:00 2030 GMT", {}}, DateCase{"Jan  2 24:00:00 2030 GMT", {}},
                       DateCase{"Jan  2 00:00:00 GMT", {}}, DateCase{"2030-01-02T00:00:00Z", {}},
-                      DateCase{"Could not open file", {}}, DateCase{"", {}}));
+                      DateCase{"Could not open file", {}}, DateCase{"", {}},
+                      DateCase{"Jan  2 00:00:00 999999999999 GMT", {}}));
 
 }  // namespace
 }  // namespace quillon

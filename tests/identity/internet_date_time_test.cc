@@ -31,7 +31,10 @@ INSTANTIATE_TEST_SUITE_P(
                       DateTimeCase{"2025-03-31T23:59:59+02:00", 1'743'458'399},
                       DateTimeCase{"2025-03-31T23:59:59-05:30", 1'743'485'399},
                       DateTimeCase{"2024-02-29T12:00:00Z", 1'709'208'000},
-                      DateTimeCase{"1970-01-01T00:00:00+00:00", 0}));
+                      DateTimeCase{"1970-01-01T00:00:00+00:00", 0},
+                      // Four-digit years at both ends, far past what nanoseconds hold.
+                      DateTimeCase{"9999-12-31T23:59:59Z", 253'402'300'799},
+                      DateTimeCase{"0001-01-01T00:00:00Z", -62'135'596'800}));
 
 INSTANTIATE_TEST_SUITE_P(
     Refused, InternetDateTimeTest,

@@ -30,7 +30,7 @@ namespace fs = std::filesystem;
 Instant at(const char* internetDateTime) {
   std::tm fields{};
   std::istringstream(internetDateTime) >> std::get_time(&fields, "%Y-%m-%dT%H:%M:%S");
-  return std::chrono::system_clock::from_time_t(::timegm(&fields));
+  return Instant(std::chrono::seconds(::timegm(&fields)));
 }
 
 class SSLFunctionsIntegrationTest : public ::testing::Test {
@@ -81,6 +81,15 @@ TEST_F(SSLFunctionsIntegrationTest, AddedCertificateIsValidUntilItsOneDigitDayEn
   EXPECT_FALSE(SSLFunctions::isCertificateAvailable(services, "Quillon Gateway", at("2030-01-02T00:00:00")));
   EXPECT_FALSE(SSLFunctions::isCertificateAvailable(services, "Quillon Gateway", at("2031-06-15T00:00:00")));
   EXPECT_TRUE(diagnostics_.lines.empty());
+}
+
+// RFC 5280's date for a certificate without a well-defined end, far past 2262.
+TEST_F(SSLFunctionsIntegrationTest, ACertificateThatNeverExpiresIsAvailableForAnyDate) {
+  ASSERT_TRUE(SSLFunctions::addCertificate(
+      services, testing::base64Of(testing::makeCertificate("/CN=forever", "99991231235959Z"))));
+  EXPECT_TRUE(SSLFunctions::isCertificateAvailable(services, "forever", at("2030-01-01T00:00:00")));
+  EXPECT_TRUE(SSLFunctions::isCertificateAvailable(services, "forever", at("2300-01-01T00:00:00")));
+  EXPECT_FALSE(SSLFunctions::isCertificateAvailable(services, "forever", at("9999-12-31T23:59:59")));
 }
 
 TEST_F(SSLFunctionsIntegrationTest, AddingTwiceAnswersTrueThenFalse) {
