@@ -64,6 +64,9 @@ class ChannelValue {
   ChannelValue(std::int64_t value) : value_(value) {}
   ChannelValue(double value) : value_(value) {}
   ChannelValue(const char* value) : value_(std::string(value)) {}
+  // Any other pointer would quietly become a bool; naming one is a compile error instead.
+  template <typename T>
+  ChannelValue(T*) = delete;
   ChannelValue(std::string_view value) : value_(std::string(value)) {}
   ChannelValue(std::string value) : value_(std::move(value)) {}
   ChannelValue(std::vector<std::uint8_t> value) : value_(std::move(value)) {}
