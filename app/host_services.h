@@ -6,7 +6,7 @@
 #include <functional>
 
 #include "bundle/assembly_data.h"
-#include "channel/command_catalogue.h"
+#include "commands/command_catalogue.h"
 #include "identity/identity_services.h"
 #include "platform/linux/flutter_bundle_locator.h"
 #include "platform/linux/glib_main_queue.h"

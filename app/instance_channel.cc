@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "channel/command_arguments.h"
+#include "commands/command_arguments.h"
 
 namespace quillon {
 namespace {

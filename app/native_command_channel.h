@@ -6,8 +6,8 @@
 // destructor removes it, after which calls answer not-implemented.
 #pragma once
 
-#include "channel/command_catalogue.h"
-#include "channel/command_dispatcher.h"
+#include "commands/command_catalogue.h"
+#include "commands/command_dispatcher.h"
 #include "embedding/method_channel.h"
 
 namespace quillon {

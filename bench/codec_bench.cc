@@ -3,9 +3,9 @@
 #include <benchmark/benchmark.h>
 
 #include "bundle/assembly_data.h"
-#include "channel/command_catalogue.h"
-#include "channel/command_dispatcher.h"
 #include "channel/standard_codec.h"
+#include "commands/command_catalogue.h"
+#include "commands/command_dispatcher.h"
 #include "tests/bundle/fake_bundle.h"
 #include "tests/identity/fake_identity_platform.h"
 #include "tests/support/capturing_diagnostics.h"

@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
-#include "channel/command_arguments.h"
-#include "channel/command_replies.h"
 #include "channel/utf8_text.h"
+#include "commands/command_arguments.h"
+#include "commands/command_replies.h"
 #include "embedding/method_channel.h"
 
 namespace quillon {

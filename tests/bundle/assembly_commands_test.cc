@@ -1,9 +1,9 @@
-#include "channel/assembly_commands.h"
+#include "commands/assembly_commands.h"
 
 #include <gtest/gtest.h>
 
 #include "bundle/assembly_data.h"
-#include "channel/command_dispatcher.h"
+#include "commands/command_dispatcher.h"
 #include "tests/bundle/fake_bundle.h"
 #include "tests/support/capturing_diagnostics.h"
 #include "tests/support/reply_recorder.h"

@@ -1,4 +1,4 @@
-#include "channel/internet_date_time.h"
+#include "commands/internet_date_time.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "channel/ssl_commands.h"
+#include "commands/ssl_commands.h"
 
 #include <gtest/gtest.h>
 
-#include "channel/command_dispatcher.h"
+#include "commands/command_dispatcher.h"
 #include "tests/identity/fake_identity_platform.h"
 #include "tests/support/reply_recorder.h"
 

@@ -1,9 +1,9 @@
-#include "channel/process_commands.h"
+#include "commands/process_commands.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "channel/command_dispatcher.h"
+#include "commands/command_dispatcher.h"
 #include "process/process_manager.h"
 #include "tests/process/fake_process_platform.h"
 #include "tests/support/reply_recorder.h"

@@ -1,8 +1,8 @@
-#include "channel/window_commands.h"
+#include "commands/window_commands.h"
 
 #include <gtest/gtest.h>
 
-#include "channel/command_dispatcher.h"
+#include "commands/command_dispatcher.h"
 #include "tests/support/reply_recorder.h"
 #include "tests/window/fake_desktop.h"
 

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "channel/command.h"
+#include "commands/command.h"
 
 namespace quillon {
 

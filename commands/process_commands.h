@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "channel/command.h"
+#include "commands/command.h"
 
 namespace quillon {
 

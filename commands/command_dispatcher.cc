@@ -1,4 +1,4 @@
-#include "channel/command_dispatcher.h"
+#include "commands/command_dispatcher.h"
 
 namespace quillon {
 

@@ -1,8 +1,8 @@
-#include "channel/command_dispatcher.h"
+#include "commands/command_dispatcher.h"
 
 #include <gtest/gtest.h>
 
-#include "channel/command_replies.h"
+#include "commands/command_replies.h"
 #include "tests/support/reply_recorder.h"
 
 namespace quillon {

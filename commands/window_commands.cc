@@ -1,7 +1,7 @@
-#include "channel/window_commands.h"
+#include "commands/window_commands.h"
 
-#include "channel/command_arguments.h"
-#include "channel/command_replies.h"
+#include "commands/command_arguments.h"
+#include "commands/command_replies.h"
 #include "window/application_window.h"
 
 namespace quillon {

@@ -5,7 +5,7 @@
 // when none does. Every call is answered exactly once, before handle() returns.
 #pragma once
 
-#include "channel/command.h"
+#include "commands/command.h"
 
 namespace quillon {
 

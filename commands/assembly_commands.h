@@ -1,7 +1,7 @@
 // The three "assembly::" commands, in routing order. None takes arguments.
 #pragma once
 
-#include "channel/command.h"
+#include "commands/command.h"
 
 namespace quillon {
 

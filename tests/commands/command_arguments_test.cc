@@ -1,4 +1,4 @@
-#include "channel/command_arguments.h"
+#include "commands/command_arguments.h"
 
 #include <gtest/gtest.h>
 

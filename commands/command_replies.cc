@@ -1,8 +1,8 @@
-#include "channel/command_replies.h"
+#include "commands/command_replies.h"
 
 #include <string>
 
-#include "channel/command_arguments.h"
+#include "commands/command_arguments.h"
 
 namespace quillon {
 

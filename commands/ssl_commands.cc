@@ -1,8 +1,8 @@
-#include "channel/ssl_commands.h"
+#include "commands/ssl_commands.h"
 
-#include "channel/command_arguments.h"
-#include "channel/command_replies.h"
-#include "channel/internet_date_time.h"
+#include "commands/command_arguments.h"
+#include "commands/command_replies.h"
+#include "commands/internet_date_time.h"
 #include "identity/ssl_functions.h"
 
 namespace quillon {

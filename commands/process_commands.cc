@@ -1,9 +1,9 @@
-#include "channel/process_commands.h"
+#include "commands/process_commands.h"
 
 #include <string>
 
-#include "channel/command_arguments.h"
-#include "channel/command_replies.h"
+#include "commands/command_arguments.h"
+#include "commands/command_replies.h"
 #include "process/process_manager.h"
 
 namespace quillon {

@@ -1,9 +1,9 @@
-#include "channel/command_catalogue.h"
+#include "commands/command_catalogue.h"
 
-#include "channel/assembly_commands.h"
-#include "channel/process_commands.h"
-#include "channel/ssl_commands.h"
-#include "channel/window_commands.h"
+#include "commands/assembly_commands.h"
+#include "commands/process_commands.h"
+#include "commands/ssl_commands.h"
+#include "commands/window_commands.h"
 
 namespace quillon {
 

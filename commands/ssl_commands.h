@@ -1,7 +1,7 @@
 // The four "ssl::" commands, in routing order.
 #pragma once
 
-#include "channel/command.h"
+#include "commands/command.h"
 
 namespace quillon {
 

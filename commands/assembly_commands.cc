@@ -1,4 +1,4 @@
-#include "channel/assembly_commands.h"
+#include "commands/assembly_commands.h"
 
 #include "bundle/assembly_data.h"
 
