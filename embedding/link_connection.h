@@ -21,9 +21,9 @@
 #include <string>
 #include <vector>
 
+#include "base/unique_fd.h"
 #include "embedding/incoming_budget.h"
 #include "embedding/link_frame.h"
-#include "embedding/unique_fd.h"
 
 namespace quillon {
 

@@ -24,7 +24,7 @@
 #include <optional>
 #include <string>
 
-#include "embedding/unique_fd.h"
+#include "base/unique_fd.h"
 
 namespace quillon {
 

@@ -17,10 +17,10 @@
 #include <string_view>
 #include <vector>
 
+#include "base/unique_fd.h"
 #include "channel/channel_reply.h"
 #include "channel/method_call.h"
 #include "embedding/link_frame.h"
-#include "embedding/unique_fd.h"
 
 namespace quillon {
 

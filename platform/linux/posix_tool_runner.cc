@@ -12,7 +12,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "embedding/unique_fd.h"
+#include "base/unique_fd.h"
 
 extern char** environ;
 

@@ -9,8 +9,8 @@
 #include <chrono>
 #include <optional>
 
+#include "base/unique_fd.h"
 #include "embedding/link_frame.h"
-#include "embedding/unique_fd.h"
 #include "tests/support/child_process.h"
 
 namespace quillon::testing {

@@ -9,9 +9,9 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/unique_fd.h"
 #include "channel/channel_names.h"
 #include "channel/standard_codec.h"
-#include "embedding/unique_fd.h"
 #include "tools/link_client.h"
 
 namespace quillon::testing {
