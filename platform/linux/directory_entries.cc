@@ -3,21 +3,14 @@
 #include <dirent.h>
 
 #include <cerrno>
-#include <memory>
 #include <string_view>
+
+#include "base/c_owner.h"
 
 namespace quillon {
 
-namespace {
-
-struct DirectoryCloser {
-  void operator()(DIR* stream) const { closedir(stream); }
-};
-
-}  // namespace
-
 std::optional<std::vector<std::string>> directoryEntries(const std::string& directory) {
-  const std::unique_ptr<DIR, DirectoryCloser> stream(opendir(directory.c_str()));
+  const COwner<DIR, closedir> stream(opendir(directory.c_str()));
   if (!stream) return std::nullopt;
   std::vector<std::string> names;
   for (;;) {

@@ -2,7 +2,7 @@
 
 namespace quillon {
 
-GlibMainLoop::GlibMainLoop() : loop_(g_main_loop_new(nullptr, FALSE), g_main_loop_unref) {}
+GlibMainLoop::GlibMainLoop() : loop_(g_main_loop_new(nullptr, FALSE)) {}
 
 int GlibMainLoop::run() {
   if (!status_) g_main_loop_run(loop_.get());

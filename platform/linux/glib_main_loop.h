@@ -4,9 +4,9 @@
 
 #include <glib.h>
 
-#include <memory>
 #include <optional>
 
+#include "base/c_owner.h"
 #include "platform/main_loop.h"
 
 namespace quillon {
@@ -20,7 +20,7 @@ class GlibMainLoop final : public MainLoop {
   void quit(int status) override;
 
  private:
-  std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop_;
+  COwner<GMainLoop, g_main_loop_unref> loop_;
   std::optional<int> status_;
 };
 

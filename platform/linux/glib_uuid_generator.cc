@@ -2,14 +2,12 @@
 
 #include <glib.h>
 
-#include <memory>
-
 namespace quillon {
 
 std::string GlibUuidGenerator::newUuid() {
-  const std::unique_ptr<gchar, decltype(&g_free)> lower(g_uuid_string_random(), &g_free);
-  const std::unique_ptr<gchar, decltype(&g_free)> upper(g_ascii_strup(lower.get(), -1), &g_free);
-  return upper.get();
+  g_autofree gchar* lower = g_uuid_string_random();
+  g_autofree gchar* upper = g_ascii_strup(lower, -1);
+  return upper;
 }
 
 }  // namespace quillon

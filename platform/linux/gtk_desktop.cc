@@ -2,8 +2,6 @@
 
 #include <gdk/gdkx.h>
 
-#include <memory>
-
 namespace quillon {
 
 bool gtkDesktopAvailable() {
@@ -28,8 +26,8 @@ std::optional<int> gtkWindowScale() {
 }
 
 GtkWindow* activeHostWindow() {
-  std::unique_ptr<GList, decltype(&g_list_free)> toplevels(gtk_window_list_toplevels(), &g_list_free);
-  for (GList* item = toplevels.get(); item != nullptr; item = item->next) {
+  g_autoptr(GList) toplevels = gtk_window_list_toplevels();
+  for (GList* item = toplevels; item != nullptr; item = item->next) {
     GtkWindow* window = GTK_WINDOW(item->data);
     if (gtk_window_is_active(window)) return window;
   }
@@ -40,12 +38,11 @@ std::string systemFontFamily() {
   static constexpr const char* kFallback = "Sans";
   GtkSettings* settings = gtkDesktopAvailable() ? gtk_settings_get_default() : nullptr;
   if (settings == nullptr) return kFallback;
-  gchar* fontName = nullptr;
+  g_autofree gchar* fontName = nullptr;
   g_object_get(settings, "gtk-font-name", &fontName, nullptr);
-  std::unique_ptr<PangoFontDescription, decltype(&pango_font_description_free)> description(
-      pango_font_description_from_string(fontName != nullptr ? fontName : kFallback), &pango_font_description_free);
-  g_free(fontName);
-  const char* family = pango_font_description_get_family(description.get());
+  g_autoptr(PangoFontDescription) description =
+      pango_font_description_from_string(fontName != nullptr ? fontName : kFallback);
+  const char* family = pango_font_description_get_family(description);
   return family != nullptr ? family : kFallback;
 }
 

@@ -73,8 +73,8 @@ bool isNumberedToplevel(GtkWindow* window) {
 std::vector<std::unique_ptr<HostWindow>> GtkHostWindows::windows() {
   std::vector<std::unique_ptr<HostWindow>> windows;
   if (!gtkDesktopAvailable()) return windows;
-  std::unique_ptr<GList, decltype(&g_list_free)> toplevels(gtk_window_list_toplevels(), &g_list_free);
-  for (GList* item = toplevels.get(); item != nullptr; item = item->next) {
+  g_autoptr(GList) toplevels = gtk_window_list_toplevels();
+  for (GList* item = toplevels; item != nullptr; item = item->next) {
     GtkWindow* window = GTK_WINDOW(item->data);
     if (isNumberedToplevel(window)) windows.push_back(std::make_unique<GtkHostWindow>(window));
   }

@@ -1,7 +1,5 @@
 #include "platform/linux/gtk_screens.h"
 
-#include <memory>
-
 #include "platform/linux/gtk_desktop.h"
 
 namespace quillon {
@@ -11,8 +9,8 @@ namespace {
 // The host's first top-level window that stands on the screen (mapped, not
 // minimised): in GTK's order, the main window before any alert.
 GtkWindow* shownHostWindow() {
-  std::unique_ptr<GList, decltype(&g_list_free)> toplevels(gtk_window_list_toplevels(), &g_list_free);
-  for (GList* item = toplevels.get(); item != nullptr; item = item->next) {
+  g_autoptr(GList) toplevels = gtk_window_list_toplevels();
+  for (GList* item = toplevels; item != nullptr; item = item->next) {
     GtkWindow* window = GTK_WINDOW(item->data);
     GdkWindow* surface = gtk_widget_get_window(GTK_WIDGET(window));
     if (gtk_window_get_window_type(window) != GTK_WINDOW_TOPLEVEL || surface == nullptr) continue;

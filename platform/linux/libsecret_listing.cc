@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "base/c_owner.h"
 #include "platform/linux/libsecret_value.h"
 
 namespace quillon {
@@ -14,7 +15,7 @@ using ListOperation = LibsecretOperation<SecretStore::Entries>;
 class Listing {
  public:
   Listing(GList* items, const char* keyAttribute, std::unique_ptr<ListOperation> operation)
-      : items_(items, freeItems), next_(items), keyAttribute_(keyAttribute), operation_(std::move(operation)) {}
+      : items_(items), next_(items), keyAttribute_(keyAttribute), operation_(std::move(operation)) {}
 
   // Retrieves the next secret, or completes when none is left; the listing
   // travels as the callback's data.
@@ -45,7 +46,7 @@ class Listing {
     if (key != nullptr && value != nullptr) entries_.emplace(key, textOf(value));
   }
 
-  std::unique_ptr<GList, decltype(&freeItems)> items_;
+  COwner<GList, freeItems> items_;
   GList* next_;
   const char* keyAttribute_;
   std::unique_ptr<ListOperation> operation_;

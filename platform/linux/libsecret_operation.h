@@ -14,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+#include "base/c_owner.h"
 #include "platform/secret_store.h"
 
 namespace quillon {
@@ -37,9 +38,9 @@ class LibsecretOperation {
 
  private:
   LibsecretOperation(GCancellable* cancellable, SecretStore::Completion<T> done)
-      : cancellable_(G_CANCELLABLE(g_object_ref(cancellable)), g_object_unref), done_(std::move(done)) {}
+      : cancellable_(G_CANCELLABLE(g_object_ref(cancellable))), done_(std::move(done)) {}
 
-  std::unique_ptr<GCancellable, decltype(&g_object_unref)> cancellable_;
+  COwner<GCancellable, g_object_unref> cancellable_;
   SecretStore::Completion<T> done_;
 };
 

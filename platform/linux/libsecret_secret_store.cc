@@ -56,7 +56,7 @@ void onFound(GObject*, GAsyncResult* result, gpointer data) {
 
 }  // namespace
 
-LibsecretSecretStore::LibsecretSecretStore() : cancellable_(g_cancellable_new(), g_object_unref) {}
+LibsecretSecretStore::LibsecretSecretStore() : cancellable_(g_cancellable_new()) {}
 
 LibsecretSecretStore::~LibsecretSecretStore() { g_cancellable_cancel(cancellable_.get()); }
 

@@ -15,8 +15,7 @@
 
 #include <gio/gio.h>
 
-#include <memory>
-
+#include "base/c_owner.h"
 #include "platform/secret_store.h"
 
 namespace quillon {
@@ -35,7 +34,7 @@ class LibsecretSecretStore final : public SecretStore {
   void removeAll(Completion<Done> done) override;
 
  private:
-  std::unique_ptr<GCancellable, decltype(&g_object_unref)> cancellable_;
+  COwner<GCancellable, g_object_unref> cancellable_;
 };
 
 }  // namespace quillon

@@ -10,28 +10,16 @@
 #include <nss.h>
 #include <pk11pub.h>
 
-#include <memory>
 #include <string>
+
+#include "base/c_owner.h"
 
 namespace quillon {
 
-struct NssCertificateDeleter {
-  void operator()(CERTCertificate* certificate) const { CERT_DestroyCertificate(certificate); }
-};
-struct NssCertificateListDeleter {
-  void operator()(CERTCertList* list) const { CERT_DestroyCertList(list); }
-};
-struct NssSlotDeleter {
-  void operator()(PK11SlotInfo* slot) const { PK11_FreeSlot(slot); }
-};
-struct NssStringDeleter {
-  void operator()(char* text) const { PORT_Free(text); }
-};
-
-using NssCertificate = std::unique_ptr<CERTCertificate, NssCertificateDeleter>;
-using NssCertificateList = std::unique_ptr<CERTCertList, NssCertificateListDeleter>;
-using NssSlot = std::unique_ptr<PK11SlotInfo, NssSlotDeleter>;
-using NssString = std::unique_ptr<char, NssStringDeleter>;
+using NssCertificate = COwner<CERTCertificate, CERT_DestroyCertificate>;
+using NssCertificateList = COwner<CERTCertList, CERT_DestroyCertList>;
+using NssSlot = COwner<PK11SlotInfo, PK11_FreeSlot>;
+using NssString = COwner<char, PORT_Free>;
 
 class NssSession {
  public:

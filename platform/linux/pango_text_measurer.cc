@@ -34,7 +34,7 @@ int pangoWidth(double width) {
 }  // namespace
 
 FontDescriptionPtr systemFontDescription(const SystemFont& font) {
-  FontDescriptionPtr description(pango_font_description_new(), &pango_font_description_free);
+  FontDescriptionPtr description(pango_font_description_new());
   pango_font_description_set_family(description.get(), systemFontFamily().c_str());
   pango_font_description_set_absolute_size(description.get(), font.size * PANGO_SCALE);
   pango_font_description_set_weight(description.get(), pangoWeight(font.weight));
@@ -42,16 +42,16 @@ FontDescriptionPtr systemFontDescription(const SystemFont& font) {
 }
 
 double PangoTextMeasurer::heightOf(std::string_view text, double width, const SystemFont& font) {
-  std::unique_ptr<PangoContext, decltype(&g_object_unref)> context(
-      pango_font_map_create_context(pango_cairo_font_map_get_default()), &g_object_unref);
-  std::unique_ptr<PangoLayout, decltype(&g_object_unref)> layout(pango_layout_new(context.get()), &g_object_unref);
+  // Pango defines no g_autoptr for a context.
+  const COwner<PangoContext, g_object_unref> context(pango_font_map_create_context(pango_cairo_font_map_get_default()));
+  g_autoptr(PangoLayout) layout = pango_layout_new(context.get());
   const FontDescriptionPtr description = systemFontDescription(font);
-  pango_layout_set_font_description(layout.get(), description.get());
-  pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
-  pango_layout_set_width(layout.get(), pangoWidth(width));
-  pango_layout_set_text(layout.get(), text.data(), static_cast<int>(std::min<std::size_t>(text.size(), INT32_MAX)));
+  pango_layout_set_font_description(layout, description.get());
+  pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
+  pango_layout_set_width(layout, pangoWidth(width));
+  pango_layout_set_text(layout, text.data(), static_cast<int>(std::min<std::size_t>(text.size(), INT32_MAX)));
   PangoRectangle logical{};
-  pango_layout_get_extents(layout.get(), nullptr, &logical);
+  pango_layout_get_extents(layout, nullptr, &logical);
   return static_cast<double>(logical.height) / PANGO_SCALE;
 }
 

@@ -7,13 +7,12 @@
 
 #include <pango/pango.h>
 
-#include <memory>
-
+#include "base/c_owner.h"
 #include "platform/text_measurer.h"
 
 namespace quillon {
 
-using FontDescriptionPtr = std::unique_ptr<PangoFontDescription, decltype(&pango_font_description_free)>;
+using FontDescriptionPtr = COwner<PangoFontDescription, pango_font_description_free>;
 
 // The system user-interface font as a Pango description, shared with the alert's labels.
 FontDescriptionPtr systemFontDescription(const SystemFont& font);

@@ -5,17 +5,13 @@
 
 #include <algorithm>
 #include <charconv>
-#include <memory>
 
+#include "base/c_owner.h"
 #include "platform/linux/small_file.h"
 
 namespace quillon {
 
 namespace {
-
-struct DirectoryCloser {
-  void operator()(DIR* directory) const { ::closedir(directory); }
-};
 
 struct IndexedInterface {
   long index;
@@ -44,7 +40,7 @@ std::optional<std::string> hardwareAddress(const std::string& interfaceDirectory
 }  // namespace
 
 std::optional<std::vector<NetworkInterface>> SysfsNetworkInterfaces::list() const {
-  const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(classDirectory_.c_str()));
+  const COwner<DIR, closedir> directory(::opendir(classDirectory_.c_str()));
   if (!directory) return std::nullopt;
   std::vector<IndexedInterface> found;
   while (const dirent* entry = ::readdir(directory.get())) {

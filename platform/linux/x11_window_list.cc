@@ -8,9 +8,9 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <string_view>
 
+#include "base/c_owner.h"
 #include "platform/linux/gtk_desktop.h"
 #include "platform/linux/x11_stacking.h"
 #include "platform/linux/xcb_replies.h"
@@ -19,7 +19,7 @@ namespace quillon {
 
 namespace {
 
-using DisplayPtr = std::unique_ptr<Display, decltype(&XCloseDisplay)>;
+using DisplayPtr = COwner<Display, XCloseDisplay>;
 
 // The atoms the list reads, interned in one batch.
 enum AtomName : std::size_t {
@@ -219,7 +219,7 @@ std::optional<WindowListEntry> answer(Display* display, xcb_connection_t* connec
 std::optional<std::vector<WindowListEntry>> X11WindowList::onScreenWindows() {
   const std::optional<int> scale = pixelsPerPoint_();
   if (!scale || *scale < 1) return std::nullopt;
-  const DisplayPtr display(XOpenDisplay(nullptr), &XCloseDisplay);
+  const DisplayPtr display(XOpenDisplay(nullptr));
   if (!display) return std::nullopt;
   xcb_connection_t* connection = XGetXCBConnection(display.get());
   const xcb_window_t root = static_cast<xcb_window_t>(DefaultRootWindow(display.get()));

@@ -7,14 +7,17 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <type_traits>
 #include <vector>
 
+#include "base/c_owner.h"
+
 namespace quillon {
 
+inline void freeReply(void* reply) { std::free(reply); }
+
 template <typename Reply>
-using ReplyPtr = std::unique_ptr<Reply, decltype(&std::free)>;
+using ReplyPtr = COwner<Reply, freeReply>;
 
 // The answer to one question, or nothing.
 template <typename Fetch, typename Cookie>
@@ -22,7 +25,7 @@ auto answerTo(Fetch fetchReply, xcb_connection_t* connection, Cookie cookie) {
   xcb_generic_error_t* error = nullptr;
   auto* reply = fetchReply(connection, cookie, &error);
   std::free(error);
-  return ReplyPtr<std::remove_pointer_t<decltype(reply)>>(reply, &std::free);
+  return ReplyPtr<std::remove_pointer_t<decltype(reply)>>(reply);
 }
 
 inline xcb_get_property_cookie_t askProperty(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t name,

@@ -156,9 +156,8 @@ TEST_F(LibsecretSecretStoreTest, ItemsCarryTheApplicationsSchemaAndALabelNamingT
   });
   ASSERT_NE(result, nullptr);
   g_autoptr(GError) error = nullptr;
-  const std::unique_ptr<GList, void (*)(GList*)> items(secret_password_search_finish(result, &error),
-                                                       [](GList* list) { g_list_free_full(list, g_object_unref); });
-  ASSERT_EQ(g_list_length(items.get()), 1u);
+  g_autolist(GObject) items = secret_password_search_finish(result, &error);
+  ASSERT_EQ(g_list_length(items), 1u);
   g_autofree gchar* label = secret_retrievable_get_label(SECRET_RETRIEVABLE(items->data));
   EXPECT_STREQ(label, "QUILLON Remote App: session");
 }

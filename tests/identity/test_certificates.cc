@@ -37,15 +37,13 @@ distinguished_name = name
 }  // namespace
 
 ScratchDirectory::ScratchDirectory() {
-  GError* error = nullptr;
-  gchar* made = g_dir_make_tmp("quillon-identity-XXXXXX", &error);
+  g_autoptr(GError) error = nullptr;
+  g_autofree gchar* made = g_dir_make_tmp("quillon-identity-XXXXXX", &error);
   if (!made) {
     ADD_FAILURE() << error->message;
-    g_error_free(error);
     return;
   }
   path_ = made;
-  g_free(made);
 }
 
 ScratchDirectory::~ScratchDirectory() {
@@ -73,10 +71,8 @@ std::vector<std::uint8_t> makeCertificate(const std::string& subject, const std:
 }
 
 std::string base64Of(const std::vector<std::uint8_t>& bytes) {
-  gchar* text = g_base64_encode(bytes.data(), bytes.size());
-  std::string result = text;
-  g_free(text);
-  return result;
+  g_autofree gchar* text = g_base64_encode(bytes.data(), bytes.size());
+  return text;
 }
 
 }  // namespace quillon::testing

@@ -22,8 +22,8 @@ GtkWidget* mainWindowStandIn() {
 }
 
 GtkWindow* shownAlert() {
-  std::unique_ptr<GList, decltype(&g_list_free)> toplevels(gtk_window_list_toplevels(), &g_list_free);
-  for (GList* item = toplevels.get(); item != nullptr; item = item->next) {
+  g_autoptr(GList) toplevels = gtk_window_list_toplevels();
+  for (GList* item = toplevels; item != nullptr; item = item->next) {
     GtkWindow* window = GTK_WINDOW(item->data);
     if (g_strcmp0(gtk_window_get_title(window), "QUILLON Remote App") == 0 && gtk_widget_get_mapped(GTK_WIDGET(window))) {
       return window;

@@ -18,8 +18,8 @@ constexpr const char* kAlertTitle = "QUILLON Remote App";
 
 std::vector<GtkWindow*> visibleAlerts() {
   std::vector<GtkWindow*> alerts;
-  std::unique_ptr<GList, decltype(&g_list_free)> toplevels(gtk_window_list_toplevels(), &g_list_free);
-  for (GList* item = toplevels.get(); item != nullptr; item = item->next) {
+  g_autoptr(GList) toplevels = gtk_window_list_toplevels();
+  for (GList* item = toplevels; item != nullptr; item = item->next) {
     GtkWindow* window = GTK_WINDOW(item->data);
     if (g_strcmp0(gtk_window_get_title(window), kAlertTitle) == 0 && gtk_widget_get_mapped(GTK_WIDGET(window))) {
       alerts.push_back(window);
@@ -38,16 +38,14 @@ std::size_t listedAlerts(WindowList& list) {
 
 GtkButton* okButtonOf(GtkWindow* alert) {
   GtkWidget* box = gtk_bin_get_child(GTK_BIN(alert));
-  std::unique_ptr<GList, decltype(&g_list_free)> children(gtk_container_get_children(GTK_CONTAINER(box)),
-                                                          &g_list_free);
-  return GTK_BUTTON(g_list_last(children.get())->data);
+  g_autoptr(GList) children = gtk_container_get_children(GTK_CONTAINER(box));
+  return GTK_BUTTON(g_list_last(children)->data);
 }
 
 std::string labelText(GtkWindow* alert, guint index) {
   GtkWidget* box = gtk_bin_get_child(GTK_BIN(alert));
-  std::unique_ptr<GList, decltype(&g_list_free)> children(gtk_container_get_children(GTK_CONTAINER(box)),
-                                                          &g_list_free);
-  return gtk_label_get_text(GTK_LABEL(g_list_nth_data(children.get(), index)));
+  g_autoptr(GList) children = gtk_container_get_children(GTK_CONTAINER(box));
+  return gtk_label_get_text(GTK_LABEL(g_list_nth_data(children, index)));
 }
 
 // A property of format 32 on the alert's X window, as longs.

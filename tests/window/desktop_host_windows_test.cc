@@ -136,10 +136,9 @@ TEST_F(DesktopHostWindowsTest, WithTheKeyboardElsewhereTheHostsWindowTellsTheMon
   ASSERT_TRUE(testing::waitUntil([&] { return listedOnScreen(desktop.windowList, "Host window"); }));
   testing::SpawnedProgram other({X11_TEST_CLIENT, "Other application", "300x200+60+60"});
   const auto otherHasTheKeyboard = [&] {
-    gchar* output = nullptr;
+    g_autofree gchar* output = nullptr;
     g_spawn_command_line_sync("xdotool search --name '^Other application$' windowactivate", &output, nullptr,
                               nullptr, nullptr);
-    g_free(output);
     return gtk_window_is_active(window) == FALSE && !gtk_window_has_toplevel_focus(window);
   };
   if (!testing::waitUntil(otherHasTheKeyboard)) {

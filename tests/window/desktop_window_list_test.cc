@@ -1,13 +1,13 @@
 // The X11 window list and getWindowRect against windows of another process
 // and of the test's own, in points.
 // gtest first: Xlib's None macro would break it.
+#include "base/c_owner.h"
 #include "tests/window/desktop_support.h"
 #include "window/application_window.h"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
-#include <memory>
 #include <unistd.h>
 
 namespace quillon {
@@ -27,23 +27,21 @@ std::vector<std::string> namesOf(const std::vector<WindowListEntry>& entries) {
   return names;
 }
 
-using DisplayPtr = std::unique_ptr<Display, decltype(&XCloseDisplay)>;
+using DisplayPtr = COwner<Display, XCloseDisplay>;
 
 // The client window with this exact name, found by xdotool (independently of
 // the list under test).
 Window clientNamed(const std::string& name) {
-  gchar* output = nullptr;
+  g_autofree gchar* output = nullptr;
   const std::string command = "xdotool search --name '^" + name + "$'";
   if (!g_spawn_command_line_sync(command.c_str(), &output, nullptr, nullptr, nullptr) || output == nullptr) return 0;
-  const Window client = std::strtoul(output, nullptr, 10);
-  g_free(output);
-  return client;
+  return std::strtoul(output, nullptr, 10);
 }
 
 // Whether the window manager has iconified the named client (ICCCM WM_STATE).
 bool isIconified(const std::string& name) {
   const Window client = clientNamed(name);
-  const DisplayPtr display(XOpenDisplay(nullptr), &XCloseDisplay);
+  const DisplayPtr display(XOpenDisplay(nullptr));
   const Atom wmState = XInternAtom(display.get(), "WM_STATE", False);
   Atom type = None;
   int format = 0;
