@@ -3,10 +3,12 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "channel/method_call.h"
 #include "channel/reply_callback.h"
+#include "commands/command.h"
 
 namespace quillon {
 
@@ -19,5 +21,12 @@ void answerInvalidArgument(ReplyCallback reply, std::string_view message);
 // none, answers "INVALID_ARGUMENT" with "Expected processId" and consumes
 // `reply`; otherwise leaves `reply` untouched for the command to answer.
 std::optional<std::int64_t> requireProcessId(const MethodCall& call, ReplyCallback& reply);
+
+// A command without arguments that answers the text `read` gives for
+// `services`, which must outlive the command.
+template <typename Services>
+CommandHandler answerText(const Services& services, std::string (*read)(const Services&)) {
+  return [&services, read](const MethodCall&, ReplyCallback reply) { std::move(reply).success(read(services)); };
+}
 
 }  // namespace quillon

@@ -35,14 +35,6 @@ CommandHandler addCertificate(const IdentityServices& identity) {
   };
 }
 
-using TextOperation = std::string (*)(const IdentityServices&);
-
-CommandHandler answerText(const IdentityServices& identity, TextOperation operation) {
-  return [&identity, operation](const MethodCall&, ReplyCallback reply) {
-    std::move(reply).success(operation(identity));
-  };
-}
-
 }  // namespace
 
 CommandList sslCommands(const IdentityServices& identity) {
