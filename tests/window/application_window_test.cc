@@ -41,7 +41,7 @@ TEST(ApplicationWindowTest, GetWindowRectWalksFrontMostFirstAndTruncatesAfterThe
   };
   for (const RectCase& test : cases) {
     testing::FakeDesktop desktop;
-    desktop.windowList.entries = test.windows;
+    desktop.windowList.windows = test.windows;
     EXPECT_EQ(ApplicationWindow::getWindowRect(desktop.services, 7), test.expected) << test.name;
     EXPECT_TRUE(desktop.diagnostics.lines.empty()) << test.name;
   }
@@ -49,7 +49,7 @@ TEST(ApplicationWindowTest, GetWindowRectWalksFrontMostFirstAndTruncatesAfterThe
 
 TEST(ApplicationWindowTest, GetWindowRectWithoutAListPrintsOneLine) {
   testing::FakeDesktop desktop;
-  desktop.windowList.entries = std::nullopt;
+  desktop.windowList.windows = std::nullopt;
   EXPECT_EQ(ApplicationWindow::getWindowRect(desktop.services, 7), std::nullopt);
   EXPECT_EQ(desktop.diagnostics.lines, std::vector<std::string>{std::string(kNoWindowList)});
 }

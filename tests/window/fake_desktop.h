@@ -11,16 +11,10 @@
 #include <vector>
 
 #include "tests/support/capturing_diagnostics.h"
+#include "tests/support/fake_window_list.h"
 #include "window/window_services.h"
 
 namespace quillon::testing {
-
-class FakeWindowList final : public WindowList {
- public:
-  std::optional<std::vector<WindowListEntry>> onScreenWindows() override { return entries; }
-
-  std::optional<std::vector<WindowListEntry>> entries = std::vector<WindowListEntry>{};
-};
 
 // What happened to one fake host window, in order: "hide", "present",
 // "minimise", "setFrame x y w h".

@@ -69,11 +69,11 @@ TEST_F(WindowCommandsTest, FailedChecksAnswerInvalidArgument) {
 }
 
 TEST_F(WindowCommandsTest, GetWindowRectAnswersTheMapOrNull) {
-  desktop.windowList.entries = std::vector<WindowListEntry>{{7, "w", WindowBounds{-100.7, 20.2, 50.9, 10.9}}};
+  desktop.windowList.windows = std::vector<WindowListEntry>{{7, "w", WindowBounds{-100.7, 20.2, 50.9, 10.9}}};
   EXPECT_EQ(call("window::getWindowRect", arguments({{"processId", std::int32_t{7}}})),
             ChannelReply::success(integerMap({{"top", 20}, {"left", -100}, {"bottom", 31}, {"right", -49}})));
   EXPECT_EQ(call("window::getWindowRect", arguments({{"processId", std::int64_t{8}}})), ChannelReply::success());
-  desktop.windowList.entries = std::nullopt;
+  desktop.windowList.windows = std::nullopt;
   EXPECT_EQ(call("window::getWindowRect", arguments({{"processId", std::int64_t{7}}})), ChannelReply::success());
 }
 
