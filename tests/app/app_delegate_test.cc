@@ -1,9 +1,10 @@
+// The close handshake through fakes: how a termination request is offered to
+// the interface, and what the interface's answers do.
 #include "app/app_delegate.h"
 
 #include <gtest/gtest.h>
 
 #include "app/application.h"
-#include "app/main_flutter_window.h"
 #include "channel/channel_names.h"
 #include "tests/app/fake_shell.h"
 
@@ -11,7 +12,12 @@ namespace quillon {
 namespace {
 
 using testing::FakeMainLoop;
-using testing::FakeMessenger;
+using Sent = std::vector<std::pair<std::string, std::vector<std::uint8_t>>>;
+
+// `count` close requests: null arguments, on the close channel, wanting no reply.
+Sent closeRequests(std::size_t count) {
+  return Sent(count, {kAppCloseChannel, StandardCodec::encodeMethodCall({"onAppCloseRequested", {}})});
+}
 
 // A launched application whose main window has woken on a fake engine.
 class CloseHandshakeTest : public ::testing::Test {
@@ -23,68 +29,38 @@ class CloseHandshakeTest : public ::testing::Test {
   }
 
   ChannelReply interfaceCalls(const std::string& method, ChannelValue arguments = {}) {
-    return messenger_.deliver(kAppCloseChannel, MethodCall{method, std::move(arguments)});
+    return shell_.messenger.deliver(kAppCloseChannel, MethodCall{method, std::move(arguments)});
   }
 
-  size_t closeRequestsSent() const {
-    const MethodCall expected{"onAppCloseRequested", ChannelValue()};
-    size_t count = 0;
-    for (const FakeMessenger::Sent& sent : messenger_.sent) {
-      EXPECT_EQ(sent.channel, kAppCloseChannel);
-      EXPECT_EQ(sent.call, expected);
-      ++count;
-    }
-    return count;
-  }
-
-  testing::FakeHostServices host_;
-  FakeMessenger messenger_;
+  testing::FakeShell shell_;
   FakeMainLoop loop_;
   AppDelegate delegate_;
   Application application_{delegate_, loop_};
-  MainFlutterWindow window_{nullptr, MainFlutterWindow::Setup{
-                                         std::make_unique<testing::FakeEngine>(messenger_),
-                                         [] { return nullptr; },
-                                         host_.servicesFactory(),
-                                         host_.pluginServices(),
-                                     }};
+  MainFlutterWindow window_{nullptr, shell_.setup()};
 };
 
-TEST_F(CloseHandshakeTest, EachTerminationRequestWhileGuardedOffersTheQuitAndKeepsRunning) {
-  EXPECT_FALSE(delegate_.shouldTerminate());
+// No count and no time-out: each request, the last window's closing among
+// them, is offered once and refused.
+TEST_F(CloseHandshakeTest, EachTerminationRequestWhileGuardedOffersTheQuitAndIsRefused) {
   application_.terminate();
-  EXPECT_EQ(closeRequestsSent(), 1u);
-  application_.terminate();
-  EXPECT_EQ(closeRequestsSent(), 2u);
-  EXPECT_TRUE(loop_.quits.empty());
-  EXPECT_FALSE(delegate_.shouldTerminate());
-}
-
-TEST_F(CloseHandshakeTest, ClosingTheLastWindowIsATerminationRequest) {
+  EXPECT_EQ(shell_.messenger.sent, closeRequests(1));
   application_.lastWindowClosed();
-  EXPECT_EQ(closeRequestsSent(), 1u);
+  application_.terminate();
+  EXPECT_EQ(shell_.messenger.sent, closeRequests(3));
   EXPECT_TRUE(loop_.quits.empty());
+  EXPECT_FALSE(delegate_.shouldTerminate());
 }
 
-TEST_F(CloseHandshakeTest, ForceQuitReleasesEndsTheLoopWithStatusZeroAndAnswersNull) {
+// forceQuitApp (arguments ignored) releases for good: it ends the loop with
+// 0, harmlessly again when sent twice, and a later request is granted unasked.
+TEST_F(CloseHandshakeTest, ForceQuitReleasesForGood) {
   EXPECT_EQ(interfaceCalls("forceQuitApp", ChannelValue("ignored")), ChannelReply::success());
   EXPECT_TRUE(delegate_.shouldTerminate());
   EXPECT_EQ(loop_.quits, std::vector<int>{0});
-  EXPECT_EQ(closeRequestsSent(), 0u);
-}
-
-TEST_F(CloseHandshakeTest, ForceQuitTwiceIsHarmless) {
   EXPECT_EQ(interfaceCalls("forceQuitApp"), ChannelReply::success());
-  EXPECT_EQ(interfaceCalls("forceQuitApp"), ChannelReply::success());
-  EXPECT_TRUE(delegate_.shouldTerminate());
-  EXPECT_EQ(loop_.quits, (std::vector<int>{0, 0}));
-}
-
-TEST_F(CloseHandshakeTest, OnceReleasedATerminationRequestIsGrantedWithoutAMessage) {
-  interfaceCalls("forceQuitApp");
   application_.terminate();
-  EXPECT_EQ(loop_.quits, (std::vector<int>{0, 0}));
-  EXPECT_EQ(closeRequestsSent(), 0u);
+  EXPECT_EQ(loop_.quits, (std::vector<int>{0, 0, 0}));
+  EXPECT_TRUE(shell_.messenger.sent.empty());
 }
 
 TEST_F(CloseHandshakeTest, OtherNamesAnswerNotImplementedAndChangeNothing) {
@@ -92,28 +68,16 @@ TEST_F(CloseHandshakeTest, OtherNamesAnswerNotImplementedAndChangeNothing) {
                              "onAppCloseRequested", "terminate", ""}) {
     EXPECT_EQ(interfaceCalls(method), ChannelReply::notImplemented()) << '"' << method << '"';
   }
-  EXPECT_FALSE(delegate_.shouldTerminate());
   EXPECT_TRUE(loop_.quits.empty());
   application_.terminate();
-  EXPECT_EQ(closeRequestsSent(), 1u);
-}
-
-TEST(AppDelegateTest, AnswersTheFixedLifecycleQuestions) {
-  FakeMainLoop loop;
-  AppDelegate delegate;
-  Application application(delegate, loop);
-  EXPECT_TRUE(delegate.applicationShouldTerminateAfterLastWindowClosed(application));
-  EXPECT_TRUE(delegate.applicationSupportsSecureRestorableState(application));
+  EXPECT_EQ(shell_.messenger.sent, closeRequests(1));
 }
 
 // Without a main window, or before it has its view, there is no engine: no
 // close channel, nothing sent, every request refused.
 TEST(AppDelegateTest, WithoutAnEngineRequestsAreRefusedSilently) {
-  testing::FakeHostServices host;
-  FakeMessenger messenger;
-  MainFlutterWindow unwoken{nullptr, MainFlutterWindow::Setup{std::make_unique<testing::FakeEngine>(messenger),
-                                                               [] { return nullptr; },
-                                                               host.servicesFactory(), host.pluginServices()}};
+  testing::FakeShell shell;
+  MainFlutterWindow unwoken{nullptr, shell.setup()};
   for (MainFlutterWindow* window : {static_cast<MainFlutterWindow*>(nullptr), &unwoken}) {
     FakeMainLoop loop;
     AppDelegate delegate;
@@ -124,8 +88,8 @@ TEST(AppDelegateTest, WithoutAnEngineRequestsAreRefusedSilently) {
     application.terminate();
     EXPECT_TRUE(loop.quits.empty());
   }
-  EXPECT_TRUE(messenger.handlers.empty());
-  EXPECT_TRUE(messenger.sent.empty());
+  EXPECT_TRUE(shell.messenger.handlers.empty());
+  EXPECT_TRUE(shell.messenger.sent.empty());
 }
 
 }  // namespace

@@ -2,27 +2,23 @@
 
 #include <gtest/gtest.h>
 
-#include <utility>
-#include <vector>
-
 #include "tests/app/fake_shell.h"
 
 namespace quillon {
 namespace {
 
-using testing::FakeMessenger;
 using Entries = SecretStore::Entries;
 
-ChannelValue mapOf(std::initializer_list<std::pair<ChannelValue, ChannelValue>> entries) {
+ChannelValue argumentMap(std::initializer_list<std::pair<ChannelValue, ChannelValue>> entries) {
   ChannelMap map;
   for (const auto& [key, value] : entries) map.set(key, value);
   return map;
 }
 
 // What the interface's package sends along with every call; the host ignores it.
-const ChannelValue kOptions = mapOf({{"accessibility", "unlocked"}, {"useSessionKeyring", true}});
+const ChannelValue kOptions = argumentMap({{"accessibility", "unlocked"}, {"useSessionKeyring", true}});
 
-ChannelValue withKey(const char* key) { return mapOf({{"key", key}, {"options", kOptions}}); }
+ChannelValue withKey(const char* key) { return argumentMap({{"key", key}, {"options", kOptions}}); }
 
 struct CallCase {
   const char* method;
@@ -32,143 +28,100 @@ struct CallCase {
 };
 
 // Every call, as the package makes it, on a store that holds "a" and "b".
-const std::vector<CallCase>& callCases() {
-  static const std::vector<CallCase> kCases{
-      {"write",
-       mapOf({{"key", "c"}, {"value", "3 ✓"}, {"options", kOptions}}),
-       ChannelReply::success(),
-       {{"a", "1"}, {"b", "2"}, {"c", "3 ✓"}}},
-      {"write",
-       mapOf({{"key", "a"}, {"value", ""}, {"options", kOptions}}),
-       ChannelReply::success(),
-       {{"a", ""}, {"b", "2"}}},
-      {"read", withKey("a"), ChannelReply::success("1"), {{"a", "1"}, {"b", "2"}}},
-      {"read", withKey("c"), ChannelReply::success(), {{"a", "1"}, {"b", "2"}}},
-      {"containsKey", withKey("b"), ChannelReply::success(true), {{"a", "1"}, {"b", "2"}}},
-      {"containsKey", withKey("c"), ChannelReply::success(false), {{"a", "1"}, {"b", "2"}}},
-      {"delete", withKey("a"), ChannelReply::success(), {{"b", "2"}}},
-      {"delete", withKey("c"), ChannelReply::success(), {{"a", "1"}, {"b", "2"}}},
-      {"readAll",
-       mapOf({{"options", kOptions}}),
-       ChannelReply::success(mapOf({{"a", "1"}, {"b", "2"}})),
-       {{"a", "1"}, {"b", "2"}}},
-      {"readAll", ChannelValue(), ChannelReply::success(mapOf({{"a", "1"}, {"b", "2"}})), {{"a", "1"}, {"b", "2"}}},
-      {"deleteAll", mapOf({{"options", kOptions}}), ChannelReply::success(), {}},
-      {"deleteAll", ChannelValue(), ChannelReply::success(), {}},
-  };
-  return kCases;
-}
+const std::vector<CallCase> kCalls{
+    {"write", argumentMap({{"key", "c"}, {"value", "3 ✓"}, {"options", kOptions}}), ChannelReply::success(),
+     {{"a", "1"}, {"b", "2"}, {"c", "3 ✓"}}},
+    {"write", argumentMap({{"key", "a"}, {"value", ""}}), ChannelReply::success(), {{"a", ""}, {"b", "2"}}},
+    {"read", withKey("a"), ChannelReply::success("1"), {{"a", "1"}, {"b", "2"}}},
+    {"read", withKey("c"), ChannelReply::success(), {{"a", "1"}, {"b", "2"}}},
+    {"containsKey", withKey("b"), ChannelReply::success(true), {{"a", "1"}, {"b", "2"}}},
+    {"containsKey", withKey("c"), ChannelReply::success(false), {{"a", "1"}, {"b", "2"}}},
+    {"delete", withKey("a"), ChannelReply::success(), {{"b", "2"}}},
+    {"delete", withKey("c"), ChannelReply::success(), {{"a", "1"}, {"b", "2"}}},
+    {"readAll", argumentMap({{"options", kOptions}}), ChannelReply::success(argumentMap({{"a", "1"}, {"b", "2"}})),
+     {{"a", "1"}, {"b", "2"}}},
+    {"readAll", ChannelValue(), ChannelReply::success(argumentMap({{"a", "1"}, {"b", "2"}})), {{"a", "1"}, {"b", "2"}}},
+    {"deleteAll", argumentMap({{"options", kOptions}}), ChannelReply::success(), {}},
+};
 
 class FlutterSecureStoragePluginTest : public ::testing::Test {
  protected:
-  FlutterSecureStoragePluginTest() {
-    host_.secrets.secrets = {{"a", "1"}, {"b", "2"}};
-    window_.awakeFromNib();
-  }
+  FlutterSecureStoragePluginTest() { window_.awakeFromNib(); }
 
   ChannelReply call(const std::string& method, const ChannelValue& arguments) {
-    return messenger_.deliver(FlutterSecureStoragePlugin::kChannel, MethodCall{method, arguments});
+    return shell_.messenger.deliver(FlutterSecureStoragePlugin::kChannel, MethodCall{method, arguments});
   }
 
-  testing::FakeHostServices host_;
-  FakeMessenger messenger_;
-  MainFlutterWindow window_{
-      nullptr, MainFlutterWindow::Setup{std::make_unique<testing::FakeEngine>(messenger_), [] { return nullptr; },
-                                        host_.servicesFactory(), host_.pluginServices()}};
+  testing::FakeShell shell_;
+  testing::FakeSecretStore& store_ = shell_.secrets;
+  MainFlutterWindow window_{nullptr, shell_.setup()};
 };
 
-TEST_F(FlutterSecureStoragePluginTest, EachCallAnswersWhatTheStoreHoldsAndChangesItAsAsked) {
-  for (const CallCase& each : callCases()) {
-    host_.secrets.secrets = {{"a", "1"}, {"b", "2"}};
-    EXPECT_EQ(call(each.method, each.arguments), each.reply) << each.method << ' ' << describe(each.arguments);
-    EXPECT_EQ(host_.secrets.secrets, each.afterwards) << each.method << ' ' << describe(each.arguments);
+// The store answers later, as the Secret Service does: each call is answered
+// once it completes, exactly once, and changes the store as asked.
+TEST_F(FlutterSecureStoragePluginTest, EachCallIsAnsweredOnceTheStoreCompletesAndChangesItAsAsked) {
+  for (const CallCase& each : kCalls) {
+    SCOPED_TRACE(std::string(each.method) + " " + describe(each.arguments));
+    store_.secrets = {{"a", "1"}, {"b", "2"}};
+    store_.holding = true;
+    const auto replies = shell_.messenger.post(FlutterSecureStoragePlugin::kChannel, {each.method, each.arguments});
+    EXPECT_TRUE(replies->empty());
+    EXPECT_EQ(store_.held.size(), 1u);
+    store_.completeHeld();
+    EXPECT_EQ(*replies, std::vector<ChannelReply>{each.reply});
+    EXPECT_EQ(store_.secrets, each.afterwards);
   }
+  store_.holding = false;
+  EXPECT_EQ(call("readAll", ChannelValue()), ChannelReply::success(ChannelMap{}));
 }
 
-TEST_F(FlutterSecureStoragePluginTest, ReadAllAnswersAnEmptyMapForAnEmptyStore) {
-  host_.secrets.secrets.clear();
-  EXPECT_EQ(call("readAll", mapOf({})), ChannelReply::success(ChannelMap{}));
-}
-
-// The store answers later, as the Secret Service does: nothing is answered
-// before it completes, and exactly once after.
-TEST_F(FlutterSecureStoragePluginTest, EachCallIsAnsweredOnceWhenTheStoreCompletes) {
-  for (const CallCase& each : callCases()) {
-    host_.secrets.secrets = {{"a", "1"}, {"b", "2"}};
-    host_.secrets.holding = true;
-    const auto replies = messenger_.post(FlutterSecureStoragePlugin::kChannel, MethodCall{each.method, each.arguments});
-    EXPECT_TRUE(replies->empty()) << each.method;
-    EXPECT_EQ(host_.secrets.heldCount(), 1u) << each.method;
-    host_.secrets.completeHeld();
-    EXPECT_EQ(*replies, std::vector<ChannelReply>{each.reply}) << each.method << ' ' << describe(each.arguments);
-  }
-}
-
-TEST_F(FlutterSecureStoragePluginTest, AFailingStoreAnswersItsReasonAndChangesNothing) {
-  host_.secrets.failure = "Cannot autolaunch D-Bus without X11 $DISPLAY";
-  for (const CallCase& each : callCases()) {
+TEST_F(FlutterSecureStoragePluginTest, AFailingStoreAnswersItsRepairedReasonAndChangesNothing) {
+  store_.secrets = {{"a", "1"}, {"b", "2"}};
+  store_.failure = "No such file: /home/caf\xE9";
+  for (const CallCase& each : kCalls) {
     EXPECT_EQ(call(each.method, each.arguments),
-              ChannelReply::error("SECRET_STORE_ERROR", "Cannot autolaunch D-Bus without X11 $DISPLAY"))
+              ChannelReply::error("SECRET_STORE_ERROR", "No such file: /home/caf\uFFFD"))
         << each.method;
   }
-  EXPECT_EQ(host_.secrets.secrets, (Entries{{"a", "1"}, {"b", "2"}}));
+  EXPECT_EQ(store_.secrets, (Entries{{"a", "1"}, {"b", "2"}}));
 }
 
 // Another program may store bytes that are not text under our schema; they are
 // none of the interface's values, and the channel could not carry them.
 TEST_F(FlutterSecureStoragePluginTest, AValueThatIsNotUtf8CountsAsNotStored) {
-  host_.secrets.secrets = {{"a", "1"}, {"x", "\xFF\xFE"}};
+  store_.secrets = {{"a", "1"}, {"x", "\xFF\xFE"}};
   EXPECT_EQ(call("read", withKey("x")), ChannelReply::success());
   EXPECT_EQ(call("containsKey", withKey("x")), ChannelReply::success(false));
-  EXPECT_EQ(call("readAll", ChannelValue()), ChannelReply::success(mapOf({{"a", "1"}})));
+  EXPECT_EQ(call("readAll", ChannelValue()), ChannelReply::success(argumentMap({{"a", "1"}})));
   EXPECT_EQ(call("delete", withKey("x")), ChannelReply::success());
-  EXPECT_EQ(host_.secrets.secrets, (Entries{{"a", "1"}}));
+  EXPECT_EQ(store_.secrets, (Entries{{"a", "1"}}));
 }
 
-TEST_F(FlutterSecureStoragePluginTest, AReasonThatIsNotUtf8IsRepaired) {
-  host_.secrets.failure = "No such file: /home/caf\xE9";
-  EXPECT_EQ(call("read", withKey("a")), ChannelReply::error("SECRET_STORE_ERROR", "No such file: /home/caf\uFFFD"));
-}
-
-TEST_F(FlutterSecureStoragePluginTest, WithoutAStringKeyAnswersInvalidArgumentAndLeavesTheStoreAlone) {
-  const std::vector<ChannelValue> kWithoutKey{
-      ChannelValue(),
-      ChannelValue("a"),
-      ChannelValue(ChannelList{"key", "a"}),
-      mapOf({{"options", kOptions}}),
-      mapOf({{"Key", "a"}, {"value", "1"}}),
-      mapOf({{"key", ChannelValue()}, {"value", "1"}}),
-      mapOf({{"key", std::int32_t{1}}, {"value", "1"}}),
-      mapOf({{"key", ChannelList{"a"}}, {"value", "1"}}),
-      mapOf({{"key", "a"}, {"value", "1"}, {std::int32_t{7}, "not a string key"}}),
-  };
-  host_.secrets.holding = true;
+TEST_F(FlutterSecureStoragePluginTest, WrongArgumentsAndOtherNamesLeaveTheStoreAlone) {
+  const auto withoutKey = ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"key\"");
+  const auto withoutValue = ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"value\"");
+  std::vector<std::tuple<const char*, ChannelValue, ChannelReply>> cases;
   for (const char* method : {"write", "read", "containsKey", "delete"}) {
-    for (const ChannelValue& arguments : kWithoutKey) {
-      EXPECT_EQ(call(method, arguments), ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"key\""))
-          << method << ' ' << describe(arguments);
+    for (const ChannelValue& arguments :
+         {ChannelValue(), ChannelValue("a"), ChannelValue(ChannelList{"key", "a"}), argumentMap({{"options", kOptions}}),
+          argumentMap({{"Key", "a"}, {"value", "1"}}), argumentMap({{"key", ChannelValue()}, {"value", "1"}}),
+          argumentMap({{"key", std::int32_t{1}}, {"value", "1"}}), argumentMap({{"key", ChannelList{"a"}}}),
+          argumentMap({{"key", "a"}, {"value", "1"}, {std::int32_t{7}, "not a string key"}})}) {
+      cases.emplace_back(method, arguments, withoutKey);
     }
   }
-  EXPECT_EQ(host_.secrets.heldCount(), 0u);
-}
-
-TEST_F(FlutterSecureStoragePluginTest, AWriteWithoutAStringValueAnswersInvalidArgumentAndWritesNothing) {
-  host_.secrets.holding = true;
-  for (const ChannelValue& arguments : {withKey("a"), mapOf({{"key", "a"}, {"value", ChannelValue()}}),
-                                        mapOf({{"key", "a"}, {"value", std::int32_t{1}}}),
-                                        mapOf({{"key", "a"}, {"value", std::vector<std::uint8_t>{'1'}}})}) {
-    EXPECT_EQ(call("write", arguments), ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"value\""))
-        << describe(arguments);
+  for (const ChannelValue& value : {ChannelValue(), ChannelValue(std::int32_t{1}), ChannelValue(std::vector<std::uint8_t>{'1'})}) {
+    cases.emplace_back("write", argumentMap({{"key", "a"}, {"value", value}}), withoutValue);
   }
-  EXPECT_EQ(host_.secrets.heldCount(), 0u);
-}
-
-TEST_F(FlutterSecureStoragePluginTest, OtherNamesAnswerNotImplementedAndLeaveTheStoreAlone) {
-  host_.secrets.holding = true;
+  cases.emplace_back("write", withKey("a"), withoutValue);
   for (const char* method : {"Write", "readall", "deleteKey", "remove", "getAll", ""}) {
-    EXPECT_EQ(call(method, withKey("a")), ChannelReply::notImplemented()) << method;
+    cases.emplace_back(method, withKey("a"), ChannelReply::notImplemented());
   }
-  EXPECT_EQ(host_.secrets.heldCount(), 0u);
+  store_.holding = true;
+  for (const auto& [method, arguments, reply] : cases) {
+    EXPECT_EQ(call(method, arguments), reply) << method << ' ' << describe(arguments);
+  }
+  EXPECT_TRUE(store_.held.empty());
 }
 
 }  // namespace

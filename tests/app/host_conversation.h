@@ -2,12 +2,12 @@
 // call, and read what the host sends on its own. Every wait has a deadline.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "channel/channel_names.h"
 #include "channel/standard_codec.h"
@@ -41,25 +41,9 @@ inline bool running(HostProcess& host) { return !host.waitExit(0ms); }
 inline ChannelReply callHost(LinkClient& client, const std::string& channel, const std::string& method,
                              ChannelValue arguments = {}) {
   std::string error;
-  std::optional<ChannelReply> reply =
-      client.call(channel, MethodCall{method, std::move(arguments)}, kAnswerTime, &error);
-  if (!reply) {
-    ADD_FAILURE() << method << ": " << error;
-    return ChannelReply::error("TEST", error);
-  }
-  return *reply;
-}
-
-// Sends "forceQuitApp" `times` times in one write, asking for no answer.
-inline void forceQuit(LinkClient& client, int times = 1) {
-  const auto call = StandardCodec::encodeMethodCall(MethodCall{"forceQuitApp", {}});
-  std::vector<std::uint8_t> frames;
-  for (int i = 0; i < times; ++i) {
-    const auto frame = encodeMessageFrame(0, kAppCloseChannel, call);
-    frames.insert(frames.end(), frame.begin(), frame.end());
-  }
-  std::string error;
-  EXPECT_TRUE(client.sendRaw(frames, &error)) << error;
+  std::optional<ChannelReply> reply = client.call(channel, MethodCall{method, std::move(arguments)}, kAnswerTime, &error);
+  if (!reply) ADD_FAILURE() << method << ": " << error;
+  return reply.value_or(ChannelReply::error("TEST", error));
 }
 
 struct HostCall {
@@ -74,18 +58,17 @@ inline void PrintTo(const HostCall& call, std::ostream* out) {
        << (call.wantsReply ? " wanting a reply" : "");
 }
 
+inline const HostCall kCloseRequest{kAppCloseChannel, MethodCall{"onAppCloseRequested", {}}, false};
+
 // The next call the host makes on its own, or nothing within `timeout`.
-inline std::optional<HostCall> nextHostCall(LinkClient& client, std::chrono::milliseconds timeout) {
+inline std::optional<HostCall> nextHostCall(LinkClient& client, std::chrono::milliseconds timeout = kAnswerTime) {
   std::string error;
   std::optional<LinkClient::HostMessage> message = client.nextMessage(timeout, &error);
-  if (!message) return std::nullopt;
-  std::optional<MethodCall> call = StandardCodec::decodeMethodCall(message->payload, &error);
-  EXPECT_TRUE(call) << error;
+  std::optional<MethodCall> call = message ? StandardCodec::decodeMethodCall(message->payload, &error) : std::nullopt;
+  EXPECT_TRUE(call || !message) << error;
   if (!call) return std::nullopt;
   return HostCall{message->channel, std::move(*call), message->id != 0};
 }
-
-inline const HostCall kCloseRequest{kAppCloseChannel, MethodCall{"onAppCloseRequested", {}}, false};
 
 // After a round trip on the command channel, nothing is pending from the host:
 // whatever it sent before answering has arrived.
@@ -93,5 +76,20 @@ inline void expectNoFurtherHostCalls(LinkClient& client) {
   EXPECT_TRUE(callHost(client, kNativeCommandChannel, "assembly::getExecutingAssemblyPath").isSuccess());
   EXPECT_EQ(nextHostCall(client, 0ms), std::nullopt);
 }
+
+// A started host and the interface's connection to it, on which a first round
+// trip is made: the host sends to the connections it has accepted.
+class HostConversationTest : public ::testing::Test {
+ protected:
+  void start(HostProcess::Layout layout) {
+    host_ = startedHost(layout);
+    interface_ = connectTo(*host_);
+    ASSERT_TRUE(interface_);
+    ASSERT_TRUE(callHost(*interface_, kNativeCommandChannel, "assembly::getExecutingAssemblyPath").isSuccess());
+  }
+
+  std::unique_ptr<HostProcess> host_;
+  std::unique_ptr<LinkClient> interface_;
+};
 
 }  // namespace quillon::testing

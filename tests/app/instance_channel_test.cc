@@ -1,6 +1,6 @@
-// A second launch handed over on the instance channel: the main window comes
-// forward only when it is shown, and the launch's startup notification ends
-// either way.
+// A second launch handed over on the instance channel, with the main window
+// absent, hidden and shown: it comes forward only when it is shown, and a
+// hidden one's launch notification is ended.
 #include "app/instance_channel.h"
 
 #include <gtest/gtest.h>
@@ -10,88 +10,66 @@
 namespace quillon {
 namespace {
 
-using testing::FakeMessenger;
 using testing::FakeNativeWindow;
 
 enum class Window { none, hidden, shown };
 
-class InstanceChannelTest : public ::testing::TestWithParam<Window> {
- protected:
-  InstanceChannelTest() {
-    native_->visible = GetParam() == Window::shown;
-    std::unique_ptr<NativeWindow> native;
-    if (GetParam() != Window::none) native = std::make_unique<FakeNativeWindow>(native_);
-    MainFlutterWindow::Setup setup{std::make_unique<testing::FakeEngine>(messenger_), [] { return nullptr; },
-                                   host_.servicesFactory(), host_.pluginServices()};
-    window_ = std::make_unique<MainFlutterWindow>(std::move(native), std::move(setup));
-    application_.setMainFlutterWindow(window_.get());
+struct RunningHost {
+  explicit RunningHost(Window state) {
+    native->visible = state == Window::shown;
+    if (state != Window::none) window.emplace(std::make_unique<FakeNativeWindow>(native), shell.setup());
+    application.setMainFlutterWindow(window ? &*window : nullptr);
   }
 
   ChannelReply launch(const std::string& method, ChannelValue arguments) {
-    return messenger_.deliver(InstanceChannel::kName, MethodCall{method, std::move(arguments)});
+    return shell.messenger.deliver(InstanceChannel::kName, MethodCall{method, std::move(arguments)});
   }
 
-  static ChannelValue startupId(ChannelValue id) {
-    ChannelMap arguments;
-    arguments.set("startupId", std::move(id));
-    return arguments;
-  }
-
-  testing::FakeHostServices host_;
-  FakeMessenger messenger_;
-  testing::FakeMainLoop loop_;
-  AppDelegate delegate_;
-  Application application_{delegate_, loop_};
-  std::shared_ptr<FakeNativeWindow::State> native_ = std::make_shared<FakeNativeWindow::State>();
-  std::unique_ptr<MainFlutterWindow> window_;
-  InstanceChannel channel_{messenger_, application_};
-};
-
-TEST_P(InstanceChannelTest, ActivateBringsOnlyAShownWindowForwardAndEndsTheLaunchEitherWay) {
-  const bool shown = GetParam() == Window::shown;
-  EXPECT_EQ(launch("activate", startupId("launch-1_TIME42")), ChannelReply::success(shown));
-  EXPECT_EQ(launch("activate", ChannelValue()), ChannelReply::success(shown));
-
-  const std::vector<std::string> bothLaunches{"launch-1_TIME42", ""};
-  EXPECT_EQ(native_->broughtForward, shown ? bothLaunches : std::vector<std::string>{});
-  EXPECT_EQ(native_->notificationsEnded, GetParam() == Window::hidden ? bothLaunches : std::vector<std::string>{});
-  EXPECT_EQ(native_->visible, shown);
-  EXPECT_TRUE(loop_.quits.empty());
-}
-
-TEST_P(InstanceChannelTest, WrongArgumentsAndOtherNamesChangeNothing) {
-  for (const ChannelValue& arguments :
-       {ChannelValue("launch-1"), startupId(7), startupId(ChannelValue()), ChannelValue(ChannelMap())}) {
-    EXPECT_EQ(launch("activate", arguments), ChannelReply::error("INVALID_ARGUMENT", "Expected startupId"))
-        << describe(arguments);
-  }
-  EXPECT_TRUE(launch("Activate", ChannelValue()).isNotImplemented());
-  EXPECT_TRUE(launch("showWindow", ChannelValue()).isNotImplemented());
-  EXPECT_TRUE(native_->broughtForward.empty());
-  EXPECT_TRUE(native_->notificationsEnded.empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(MainWindow, InstanceChannelTest,
-                         ::testing::Values(Window::none, Window::hidden, Window::shown),
-                         [](const ::testing::TestParamInfo<Window>& parameter) {
-                           switch (parameter.param) {
-                             case Window::none:
-                               return "Headless";
-                             case Window::hidden:
-                               return "Hidden";
-                             case Window::shown:
-                               return "Shown";
-                           }
-                           return "";
-                         });
-
-TEST(InstanceChannelLifetimeTest, TheHandlerGoesWithTheChannel) {
-  FakeMessenger messenger;
+  testing::FakeShell shell;
   testing::FakeMainLoop loop;
   AppDelegate delegate;
   Application application{delegate, loop};
-  { const InstanceChannel channel(messenger, application); }
-  EXPECT_FALSE(messenger.hasHandler(InstanceChannel::kName));
+  std::shared_ptr<FakeNativeWindow::State> native = std::make_shared<FakeNativeWindow::State>();
+  std::optional<MainFlutterWindow> window;
+  std::optional<InstanceChannel> channel{std::in_place, shell.messenger, application};
+};
+
+ChannelValue startupId(ChannelValue id) {
+  ChannelMap arguments;
+  arguments.set("startupId", std::move(id));
+  return arguments;
+}
+
+TEST(InstanceChannelTest, ActivateBringsOnlyAShownWindowForwardAndEndsAHiddenOnesLaunch) {
+  for (const Window state : {Window::none, Window::hidden, Window::shown}) {
+    SCOPED_TRACE(static_cast<int>(state));
+    RunningHost host(state);
+    const bool shown = state == Window::shown;
+    EXPECT_EQ(host.launch("activate", startupId("launch-1_TIME42")), ChannelReply::success(shown));
+    EXPECT_EQ(host.launch("activate", ChannelValue()), ChannelReply::success(shown));
+    const std::vector<std::string> bothLaunches{"launch-1_TIME42", ""};
+    EXPECT_EQ(host.native->broughtForward, shown ? bothLaunches : std::vector<std::string>{});
+    EXPECT_EQ(host.native->notificationsEnded, state == Window::hidden ? bothLaunches : std::vector<std::string>{});
+    EXPECT_EQ(host.native->visible, shown);
+    EXPECT_TRUE(host.loop.quits.empty());
+  }
+}
+
+TEST(InstanceChannelTest, WrongArgumentsAndOtherNamesChangeNothing) {
+  for (const Window state : {Window::none, Window::hidden, Window::shown}) {
+    RunningHost host(state);
+    for (const ChannelValue& arguments :
+         {ChannelValue("launch-1"), startupId(7), startupId(ChannelValue()), ChannelValue(ChannelMap())}) {
+      EXPECT_EQ(host.launch("activate", arguments), ChannelReply::error("INVALID_ARGUMENT", "Expected startupId"))
+          << describe(arguments);
+    }
+    EXPECT_TRUE(host.launch("Activate", ChannelValue()).isNotImplemented());
+    EXPECT_TRUE(host.launch("showWindow", ChannelValue()).isNotImplemented());
+    EXPECT_TRUE(host.native->broughtForward.empty() && host.native->notificationsEnded.empty());
+    // The handler goes with the channel.
+    host.channel.reset();
+    EXPECT_FALSE(host.shell.messenger.hasHandler(InstanceChannel::kName));
+  }
 }
 
 }  // namespace

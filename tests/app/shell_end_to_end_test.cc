@@ -10,34 +10,20 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 
+#include "app/plugins/url_launcher_plugin.h"
 #include "tests/app/host_conversation.h"
-#include "tests/support/child_process.h"
 
 namespace quillon::testing {
 namespace {
 
-class HeadlessHostTest : public ::testing::Test {
+namespace fs = std::filesystem;
+
+class HeadlessHostTest : public HostConversationTest {
  protected:
-  // The host sends to the connections it has accepted: a first round trip
-  // makes sure of ours.
-  void SetUp() override {
-    ASSERT_TRUE(interface_);
-    ASSERT_TRUE(callHost(*interface_, kNativeCommandChannel, "assembly::getExecutingAssemblyPath").isSuccess());
-  }
-
-  std::unique_ptr<HostProcess> host_ = startedHost({.headless = true});
-  std::unique_ptr<LinkClient> interface_ = connectTo(*host_);
+  void SetUp() override { start({.headless = true}); }
 };
-
-TEST(HeadlessHostStartTest, AnswersTheCommandChannelRightAfterStartUp) {
-  auto host = startedHost({.headless = true});
-  const auto interface = connectTo(*host);
-  ASSERT_TRUE(interface);
-  EXPECT_EQ(callHost(*interface, kNativeCommandChannel, "assembly::getExecutingAssemblyPath"),
-            ChannelReply::success(host->executablePath()));
-  EXPECT_TRUE(running(*host));
-}
 
 // A launcher that started the host and went away leaves it a standard output
 // that nobody reads: the host's lines there are lost, the host is not.
@@ -56,47 +42,42 @@ TEST(HeadlessHostStartTest, PrintsToAStandardOutputWhoseReaderIsGoneAndGoesOn) {
     EXPECT_EQ(callHost(*interface, kNativeCommandChannel, "assembly::getTXBinaryExecutablePath"),
               ChannelReply::success(""));
   }
-  EXPECT_TRUE(running(host));
   EXPECT_EQ(host.stop(), 0);
+}
+
+TEST_F(HeadlessHostTest, TheWindowPluginAnswersUnavailable) {
+  for (const char* method : {"showWindow", "hideWindow", "isWindowVisible", "getAppWindowHandle"}) {
+    EXPECT_EQ(callHost(*interface_, "bitsdojo/window", method),
+              ChannelReply::error("UNAVAILABLE", "No main window: the host runs without a display"));
+  }
 }
 
 TEST_F(HeadlessHostTest, EachSystemRequestWhileGuardedOffersTheQuitOnceAndTheHostKeepsRunning) {
   for (int signal : {SIGTERM, SIGTERM, SIGHUP}) {
     host_->signal(signal);
-    EXPECT_EQ(nextHostCall(*interface_, kAnswerTime), kCloseRequest) << strsignal(signal);
+    EXPECT_EQ(nextHostCall(*interface_), kCloseRequest) << strsignal(signal);
     expectNoFurtherHostCalls(*interface_);
     EXPECT_TRUE(running(*host_));
   }
 }
 
-TEST_F(HeadlessHostTest, ForceQuitEndsTheHostWithStatusZeroAndClosesTheLink) {
-  host_->signal(SIGTERM);
-  EXPECT_EQ(nextHostCall(*interface_, kAnswerTime), kCloseRequest);
-  forceQuit(*interface_);
-  EXPECT_EQ(host_->waitExit(kAnswerTime), 0);
+// What a person at a terminal runs to complete the handshake: the request is
+// offered to every connection, and quillon-call's answer ends the host with 0,
+// its connections closed and its socket file removed.
+TEST_F(HeadlessHostTest, QuillonCallAnsweringTheCloseRequestEndsTheHost) {
+  ChildProcess listener(QUILLON_CALL_BINARY, {"--listen", "--answer-close"}, host_->clientEnvironment(),
+                        host_->directory() + "/listener.out", host_->directory() + "/listener.err");
+  // The listener is there once a second connection has been accepted, which
+  // cannot be seen from here: the request is repeated until the host ends.
+  ASSERT_TRUE(waitUntil([this] { return host_->signal(SIGTERM), host_->waitExit(100ms).has_value(); }, kAnswerTime));
+  EXPECT_EQ(host_->waitExit(0ms), 0);
+  EXPECT_EQ(nextHostCall(*interface_), kCloseRequest);
   EXPECT_TRUE(interface_->waitForClose(kAnswerTime));
-  EXPECT_FALSE(std::filesystem::exists(host_->socketPath()));
-}
-
-TEST_F(HeadlessHostTest, ForceQuitTwiceIsHarmless) {
-  forceQuit(*interface_, 2);
-  EXPECT_EQ(host_->waitExit(kAnswerTime), 0);
-}
-
-TEST_F(HeadlessHostTest, OtherNamesOnTheCloseChannelAnswerNotImplementedAndChangeNothing) {
-  for (const char* method : {"ForceQuitApp", "forcequitapp", "forceQuitApp ", "onAppCloseRequested", "quit", ""}) {
-    EXPECT_EQ(callHost(*interface_, kAppCloseChannel, method), ChannelReply::notImplemented()) << method;
-  }
-  EXPECT_TRUE(running(*host_));
-  host_->signal(SIGTERM);
-  EXPECT_EQ(nextHostCall(*interface_, kAnswerTime), kCloseRequest);
-  EXPECT_TRUE(running(*host_));
-}
-
-TEST_F(HeadlessHostTest, TheWindowPluginAnswersUnavailableWithoutADisplay) {
-  const ChannelReply reply = callHost(*interface_, "bitsdojo/window", "showWindow");
-  ASSERT_TRUE(reply.isError());
-  EXPECT_EQ(reply.error().code, "UNAVAILABLE");
+  EXPECT_FALSE(fs::exists(host_->socketPath()));
+  EXPECT_EQ(listener.waitExit(kAnswerTime), 0);
+  EXPECT_TRUE(readFile(host_->directory() + "/listener.out")
+                  .starts_with(R"({"channel":"app_close_channel","method":"onAppCloseRequested","arguments":null})"
+                               "\n"));
 }
 
 TEST_F(HeadlessHostTest, SigintEndsTheHostAtOnce) {
@@ -105,24 +86,51 @@ TEST_F(HeadlessHostTest, SigintEndsTheHostAtOnce) {
   EXPECT_EQ(nextHostCall(*interface_, 0ms), std::nullopt);
 }
 
-// What a person at a terminal runs to complete the handshake.
-TEST_F(HeadlessHostTest, QuillonCallListeningWithAnswerCloseEndsTheHostOnTheNextRequest) {
-  ChildProcess listener(QUILLON_CALL_BINARY, {"--listen", "--answer-close"}, host_->clientEnvironment(),
-                        host_->directory() + "/listener.out", host_->directory() + "/listener.err");
-  // The listener is there once a second connection has been accepted; its own
-  // round trip cannot be seen from here, so the request is repeated until the
-  // host ends, each one offered to every connection.
-  const bool ended = waitUntil(
-      [this] {
-        host_->signal(SIGTERM);
-        return host_->waitExit(100ms).has_value();
-      },
-      kAnswerTime);
-  ASSERT_TRUE(ended);
-  EXPECT_EQ(host_->waitExit(0ms), 0);
-  EXPECT_EQ(listener.waitExit(kAnswerTime), 0);
-  EXPECT_NE(readFile(host_->directory() + "/listener.out").find(R"("method":"onAppCloseRequested")"),
-            std::string::npos);
+// The URL plug-in over the desktop's URL handlers, on a desktop configuration
+// of the test's own: one handler, for "quillon-test", writes the URL it gets
+// to a file.
+TEST(UrlLauncherEndToEndTest, CanLaunchAndLaunchThroughTheDesktopsHandlers) {
+  HostProcess host({.headless = true,
+                    .environment = {{"XDG_DATA_HOME", std::nullopt}, {"XDG_CONFIG_HOME", std::nullopt},
+                                    {"XDG_DATA_DIRS", "/nonexistent"}, {"XDG_CONFIG_DIRS", "/nonexistent"}}});
+  const fs::path home = host.directory() + "/home", opened = host.directory() + "/opened";
+  fs::create_directories(home / ".local/share/applications");
+  fs::create_directories(home / ".config");
+  std::ofstream(home / ".local/share/applications/quillon-test.desktop")
+      << "[Desktop Entry]\nType=Application\nName=Quillon test handler\nNoDisplay=true\n"
+      << "Exec=/bin/sh -c 'printf %s \"$1\" > " << opened.string() << "' sh %u\n"
+      << "MimeType=x-scheme-handler/quillon-test;\n";
+  std::ofstream(home / ".config/mimeapps.list")
+      << "[Default Applications]\nx-scheme-handler/quillon-test=quillon-test.desktop\n";
+  host.start();
+  ASSERT_TRUE(host.waitReady()) << host.errorOutput();
+  const auto interface = connectTo(host);
+  ASSERT_TRUE(interface);
+  const auto call = [&](const char* method, ChannelValue url) {
+    ChannelMap arguments;
+    arguments.set("url", std::move(url));
+    return callHost(*interface, UrlLauncherPlugin::kChannel, method, arguments);
+  };
+
+  EXPECT_EQ(call("canLaunch", "quillon-test://host/path"), ChannelReply::success(true));
+  for (const char* url : {"quillon-nothing://host", "no scheme at all", ""}) {
+    EXPECT_EQ(call("canLaunch", url), ChannelReply::success(false)) << url;
+  }
+  const ChannelReply failed = call("launch", "quillon-nothing://host");
+  ASSERT_TRUE(failed.isError());
+  EXPECT_EQ(failed.error().code, "Launch Error");
+  EXPECT_TRUE(failed.error().message.starts_with("Failed to launch URL: ")) << failed.error().message;
+  for (const ChannelValue& url : {ChannelValue(), ChannelValue(std::int32_t{7})}) {
+    EXPECT_EQ(call("launch", url), ChannelReply::error("INVALID_ARGUMENT", "Expected url"));
+  }
+  EXPECT_EQ(callHost(*interface, UrlLauncherPlugin::kChannel, "canLaunch", "quillon-test://host"),
+            ChannelReply::error("INVALID_ARGUMENT", "Expected url"));
+  EXPECT_TRUE(call("launchUrl", "quillon-test://host").isNotImplemented());
+  EXPECT_FALSE(fs::exists(opened));
+
+  EXPECT_EQ(call("launch", "quillon-test://host/path?x=1"), ChannelReply::success(true));
+  EXPECT_TRUE(waitUntil([&] { return fs::exists(opened) && fs::file_size(opened) > 0; }, kAnswerTime));
+  EXPECT_EQ(readFile(opened), "quillon-test://host/path?x=1");
 }
 
 }  // namespace

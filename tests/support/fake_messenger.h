@@ -1,0 +1,61 @@
+// A BinaryMessenger in memory: it keeps the handlers and every message sent,
+// and plays the interface: it delivers a message and decodes each answer.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "channel/standard_codec.h"
+#include "embedding/binary_messenger.h"
+
+namespace quillon::testing {
+
+class FakeMessenger final : public BinaryMessenger {
+ public:
+  using Bytes = std::vector<std::uint8_t>;
+
+  void send(std::string_view channel, Bytes message) override { sent.emplace_back(channel, std::move(message)); }
+  void setMessageHandler(std::string channel, MessageHandler handler) override {
+    if (handler) handlers[channel] = std::move(handler);
+    else handlers.erase(channel);
+  }
+  bool hasHandler(const std::string& channel) const { return handlers.contains(channel); }
+
+  // Delivers `message`; every answer it gets, whenever it comes, is decoded
+  // into the returned list (the empty reply as not-implemented).
+  std::shared_ptr<std::vector<ChannelReply>> post(const std::string& channel, const Bytes& message) {
+    auto replies = std::make_shared<std::vector<ChannelReply>>();
+    BinaryReply reply([replies](Bytes payload) { replies->push_back(decodeAnswer(payload)); });
+    if (auto handler = handlers.find(channel); handler != handlers.end()) handler->second(message, std::move(reply));
+    return replies;
+  }
+  std::shared_ptr<std::vector<ChannelReply>> post(const std::string& channel, const MethodCall& call) {
+    return post(channel, StandardCodec::encodeMethodCall(call));
+  }
+
+  // The answer to `call`; fails the test unless it came once, before the handler returned.
+  ChannelReply deliver(const std::string& channel, const MethodCall& call) {
+    const auto replies = post(channel, call);
+    EXPECT_EQ(replies->size(), 1u) << call.method;
+    return replies->size() == 1 ? replies->front() : ChannelReply::error("TEST", "not answered once");
+  }
+
+  std::map<std::string, MessageHandler> handlers;
+  std::vector<std::pair<std::string, Bytes>> sent;
+
+ private:
+  static ChannelReply decodeAnswer(const Bytes& payload) {
+    if (payload.empty()) return ChannelReply::notImplemented();
+    std::string error;
+    const auto decoded = StandardCodec::decodeReply(payload, &error);
+    EXPECT_TRUE(decoded) << error;
+    return decoded.value_or(ChannelReply::error("TEST", "undecodable reply: " + error));
+  }
+};
+
+}  // namespace quillon::testing
