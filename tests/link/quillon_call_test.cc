@@ -1,4 +1,7 @@
-// quillon-call against the built host.
+// quillon-call against the built host (its bundle holding the two helpers),
+// and against a scripted stand-in host for the answers the real one does not
+// give on its own. (--listen --answer-close against the built host:
+// shell_end_to_end_test.cc.)
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -7,180 +10,97 @@
 #include "tests/support/host_process.h"
 #include "tests/support/scripted_host.h"
 
-namespace quillon {
+namespace quillon::testing {
 namespace {
 
-using testing::HostProcess;
-using testing::ScriptedHost;
-using testing::runTool;
-using testing::ToolRun;
-
-class QuillonCallTest : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    host_ = new HostProcess({.helpers = true});
-    host_->start();
-    ASSERT_TRUE(host_->waitReady()) << host_->errorOutput();
-  }
-  static void TearDownTestSuite() { delete std::exchange(host_, nullptr); }
-
-  ToolRun quillonCall(const std::vector<std::string>& arguments) {
-    return runTool(QUILLON_CALL_BINARY, arguments, host_->clientEnvironment(), host_->directory());
-  }
-
-  static HostProcess* host_;
+struct Case {
+  std::vector<std::string> arguments;
+  int status;
+  std::string output;
+  std::string error;  // Part of what goes to standard error.
 };
 
-HostProcess* QuillonCallTest::host_ = nullptr;
-
-TEST_F(QuillonCallTest, ASuccessPrintsTheValueAsJson) {
-  const ToolRun run = quillonCall({"assembly::getTXBinaryExecutablePath"});
-  EXPECT_EQ(run.status, 0) << run.errorOutput;
-  EXPECT_EQ(run.output, "\"" + host_->dataPath() + "/pylonTX/pylonTX\"\n");
+void expectRun(const Case& each, const ToolRun& run) {
+  SCOPED_TRACE(::testing::PrintToString(each.arguments));
+  EXPECT_EQ(run.status, each.status) << run.errorOutput;
+  EXPECT_EQ(run.output, each.output);
+  EXPECT_NE(run.errorOutput.find(each.error), std::string::npos) << run.errorOutput;
 }
 
-TEST_F(QuillonCallTest, ExplicitChannelAndIgnoredArguments) {
-  const ToolRun run = quillonCall({"--channel", "quillon.app/quillon/macos", "assembly::getExecutingAssemblyPath",
-                                   R"({"ignored": [1, 2.5, 3000000000, null, true]})"});
-  EXPECT_EQ(run.status, 0) << run.errorOutput;
-  EXPECT_EQ(run.output, "\"" + host_->executablePath() + "\"\n");
-}
-
-TEST_F(QuillonCallTest, ExitStatusesOfTheOtherOutcomes) {
-  struct Case {
-    std::vector<std::string> arguments;
-    int status;
-    std::string output;
-  };
+TEST(QuillonCallTest, PrintsEachOutcomeWithItsExitStatus) {
+  HostProcess host({.helpers = true});
+  host.start();
+  ASSERT_TRUE(host.waitReady()) << host.errorOutput();
+  const auto quoted = [](const std::string& text) { return '"' + text + "\"\n"; };
+  const std::string usage = "Try 'quillon-call --help'.";
+  const std::string notImplemented = "not implemented: the host does not know this method on this channel\n";
   const std::vector<Case> cases = {
-      {{"no::suchMethod"}, 2, "not implemented: the host does not know this method on this channel\n"},
-      {{"--channel=elsewhere", "assembly::getExecutingAssemblyPath"}, 2,
-       "not implemented: the host does not know this method on this channel\n"},
-      {{}, 2, ""},
-      {{"--bogus", "x"}, 2, ""},
-      {{"method", "{not json"}, 2, ""},
-      {{"method", "1", "2"}, 2, ""},
-      {{"--channel"}, 2, ""},
-      {{"--answer-close", "x"}, 2, ""},
-      {{"--listen", "x"}, 2, ""},
+      {{"assembly::getExecutingAssemblyPath"}, 0, quoted(host.executablePath()), ""},
+      {{"assembly::getRDPBinaryExecutablePath"}, 0, quoted(host.dataPath() + "/pylonRDP/pylonRDP"), ""},
+      {{"--channel", "quillon.app/quillon/macos", "assembly::getTXBinaryExecutablePath",
+        R"({"ignored": [1, 2.5, 3000000000, null, true]})"},
+       0, quoted(host.dataPath() + "/pylonTX/pylonTX"), ""},
+      {{"no::suchMethod"}, 2, notImplemented, ""},
+      {{"--channel=elsewhere", "assembly::getExecutingAssemblyPath"}, 2, notImplemented, ""},
+      {{}, 2, "", usage},
+      {{"--bogus", "x"}, 2, "", usage},
+      {{"method", "{not json"}, 2, "", usage},
+      {{"method", "1", "2"}, 2, "", usage},
+      {{"--channel"}, 2, "", usage},
+      {{"--answer-close", "x"}, 2, "", usage},
+      {{"--listen", "x"}, 2, "", usage},
   };
-  for (const auto& testCase : cases) {
-    const ToolRun run = quillonCall(testCase.arguments);
-    EXPECT_EQ(run.status, testCase.status) << ::testing::PrintToString(testCase.arguments);
-    EXPECT_EQ(run.output, testCase.output) << ::testing::PrintToString(testCase.arguments);
-    if (testCase.output.empty()) {
-      EXPECT_NE(run.errorOutput, "");
+  for (const Case& each : cases) {
+    expectRun(each, runTool(QUILLON_CALL_BINARY, each.arguments, host.clientEnvironment(), host.directory()));
+  }
+  const ToolRun help = runTool(QUILLON_CALL_BINARY, {"--help"}, {}, host.directory());
+  EXPECT_EQ(help.status, 0);
+  EXPECT_TRUE(help.output.starts_with("Usage:\n  quillon-call [--channel NAME] METHOD [JSON-ARGUMENTS]\n"));
+  EXPECT_EQ(host.stop(), 0);
+  EXPECT_EQ(host.output(), "");
+}
+
+// Each stand-in answers the first call with its payload; with none, quillon-call finds no host.
+TEST(QuillonCallTest, PrintsWhatAStandInHostAnswersWithItsExitStatus) {
+  char pattern[] = "/tmp/quillon-call-XXXXXX";
+  const std::string directory = ::mkdtemp(pattern), socket = directory + "/interface.sock";
+  const ChildProcess::Environment environment{{"QUILLON_INTERFACE_SOCKET", socket}};
+  ChannelMap processId;
+  processId.set("processId", std::int32_t{12});
+  struct Answer {
+    std::vector<std::uint8_t> payload;
+    MethodCall expectedCall;
+    Case run;
+  };
+  const std::vector<Answer> answers{
+      {StandardCodec::encodeReply(ChannelReply::error("UNAVAILABLE", "No window", ChannelList{std::int32_t{1}})),
+       {"process::getMainWindowHandle", processId},
+       {{"process::getMainWindowHandle", R"({"processId": 12})"},
+        1,
+        R"({"code":"UNAVAILABLE","message":"No window","details":[1]})" "\n",
+        ""}},
+      {{9}, {"m", {}}, {{"m"}, 3, "", "the host's reply does not decode"}},
+  };
+  for (const Answer& answer : answers) {
+    std::optional<MethodCall> received;
+    ToolRun run;
+    {
+      ScriptedHost host(socket, [&](LinkClient& client) {
+        std::string error;
+        if (const auto message = client.nextMessage(std::chrono::seconds(20), &error)) {
+          received = StandardCodec::decodeMethodCall(message->payload, &error);
+          client.sendRaw(encodeReplyFrame(message->id, answer.payload), &error);
+        }
+      });
+      run = runTool(QUILLON_CALL_BINARY, answer.run.arguments, environment, directory);
     }
+    std::filesystem::remove(socket);
+    expectRun(answer.run, run);
+    EXPECT_EQ(received, answer.expectedCall);
   }
-}
-
-TEST_F(QuillonCallTest, HelpDescribesTheCommandLine) {
-  const ToolRun run = quillonCall({"--help"});
-  EXPECT_EQ(run.status, 0);
-  for (const char* word : {"--channel", "--listen", "--answer-close", "JSON-ARGUMENTS", "Exit status"}) {
-    EXPECT_NE(run.output.find(word), std::string::npos) << word;
-  }
-}
-
-// quillon-call against a scripted stand-in host, for answers and messages the
-// real host does not give on its own.
-class QuillonCallScriptedTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/quillon-call-XXXXXX";
-    directory_ = ::mkdtemp(pattern);
-  }
-  void TearDown() override { std::filesystem::remove_all(directory_); }
-
-  std::string socketPath() const { return directory_ + "/interface.sock"; }
-  ToolRun quillonCall(const std::vector<std::string>& arguments) {
-    return runTool(QUILLON_CALL_BINARY, arguments, {{"QUILLON_INTERFACE_SOCKET", socketPath()}}, directory_);
-  }
-
-  std::string directory_;
-};
-
-// Answers the first call with `reply` and records it.
-ScriptedHost::Script answerWith(ChannelReply reply, std::optional<MethodCall>* received) {
-  return [reply = std::move(reply), received](LinkClient& client) {
-    std::string error;
-    const auto message = client.nextMessage(std::chrono::seconds(20), &error);
-    if (!message) return;
-    *received = StandardCodec::decodeMethodCall(message->payload, &error);
-    client.sendRaw(encodeReplyFrame(message->id, StandardCodec::encodeReply(reply)), &error);
-  };
-}
-
-TEST_F(QuillonCallScriptedTest, AnErrorPrintsCodeMessageAndDetailsAndExitsOne) {
-  std::optional<MethodCall> received;
-  ToolRun run;
-  {
-    ScriptedHost host(socketPath(), answerWith(ChannelReply::error("UNAVAILABLE", "No window", ChannelList{std::int32_t{1}}),
-                                               &received));
-    run = quillonCall({"process::getMainWindowHandle", R"({"processId": 12})"});
-  }
-  EXPECT_EQ(run.status, 1) << run.errorOutput;
-  EXPECT_EQ(run.output, R"({"code":"UNAVAILABLE","message":"No window","details":[1]})" "\n");
-  ChannelMap arguments;
-  arguments.set("processId", std::int32_t{12});
-  EXPECT_EQ(received, (MethodCall{"process::getMainWindowHandle", arguments}));
-}
-
-TEST_F(QuillonCallScriptedTest, ResultsPrintAsJsonWithTypedListsAsArrays) {
-  std::optional<MethodCall> received;
-  ChannelMap result;
-  result.set("pids", std::vector<std::int64_t>{1, 5000000000});
-  result.set("ratio", 0.25);
-  ToolRun run;
-  {
-    ScriptedHost host(socketPath(), answerWith(ChannelReply::success(result), &received));
-    run = quillonCall({"--channel", "other", "m"});
-  }
-  EXPECT_EQ(run.status, 0) << run.errorOutput;
-  EXPECT_EQ(run.output, R"({"pids":[1,5000000000],"ratio":0.25})" "\n");
-}
-
-TEST_F(QuillonCallScriptedTest, AReplyThatDoesNotDecodeExitsThree) {
-  ToolRun run;
-  {
-    ScriptedHost host(socketPath(), [](LinkClient& client) {
-      std::string error;
-      const auto message = client.nextMessage(std::chrono::seconds(20), &error);
-      if (message) client.sendRaw(encodeReplyFrame(message->id, std::vector<std::uint8_t>{9}), &error);
-    });
-    run = quillonCall({"m"});
-  }
-  EXPECT_EQ(run.status, 3);
-  EXPECT_NE(run.errorOutput.find("does not decode"), std::string::npos) << run.errorOutput;
-}
-
-TEST_F(QuillonCallScriptedTest, ListenPrintsEachMessageAndAnswersTheCloseRequest) {
-  std::optional<MethodCall> answer;
-  ToolRun run;
-  {
-    ScriptedHost host(socketPath(), [&answer](LinkClient& client) {
-      std::string error;
-      ChannelMap arguments;
-      arguments.set("why", "test");
-      client.sendRaw(encodeMessageFrame(0, "some_channel", StandardCodec::encodeMethodCall({"hello", arguments})), &error);
-      client.sendRaw(encodeMessageFrame(0, "app_close_channel", StandardCodec::encodeMethodCall({"onAppCloseRequested", {}})),
-                     &error);
-      answerWith(ChannelReply::success(), &answer)(client);
-    });  // The stand-in host then closes the connection.
-    run = quillonCall({"--listen", "--answer-close"});
-  }
-  EXPECT_EQ(run.status, 0) << run.errorOutput;
-  EXPECT_EQ(run.output,
-            R"({"channel":"some_channel","method":"hello","arguments":{"why":"test"}})" "\n"
-            R"({"channel":"app_close_channel","method":"onAppCloseRequested","arguments":null})" "\n");
-  EXPECT_EQ(answer, (MethodCall{"forceQuitApp", {}}));
-}
-
-TEST_F(QuillonCallScriptedTest, NoHostExitsThree) {
-  const ToolRun run = quillonCall({"assembly::getExecutingAssemblyPath"});
-  EXPECT_EQ(run.status, 3);
-  EXPECT_NE(run.errorOutput.find("no host at"), std::string::npos) << run.errorOutput;
+  expectRun({{"m"}, 3, "", "no host at " + socket}, runTool(QUILLON_CALL_BINARY, {"m"}, environment, directory));
+  std::filesystem::remove_all(directory);
 }
 
 }  // namespace
-}  // namespace quillon
+}  // namespace quillon::testing
