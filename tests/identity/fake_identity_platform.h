@@ -5,10 +5,12 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "identity/identity_services.h"
 #include "tests/support/capturing_diagnostics.h"
+#include "tests/support/fake_tool_runner.h"
 
 namespace quillon::testing {
 
@@ -36,58 +38,28 @@ struct FakeKeychain final : Keychain {
 };
 
 struct FakeTemporaryDirectory final : TemporaryDirectory {
-  std::string path() const override { return directory; }
+  std::string path() const override { return "/tmp/user"; }
   std::optional<std::string> writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override {
-    if (writeError) return writeError;
-    files[filePath] = bytes;
-    return std::nullopt;
+    if (!writeError) files[filePath] = bytes;
+    return writeError;
   }
-
-  std::string directory = "/tmp/user";
   std::optional<std::string> writeError;
   std::map<std::string, std::vector<std::uint8_t>> files;
 };
 
 struct FakeUuids final : UuidGenerator {
-  std::string newUuid() override { return next; }
-  std::string next = "0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F9";
+  std::string newUuid() override { return "0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F9"; }
 };
 
-struct FakeToolRunner final : ToolRunner {
-  struct Invocation {
-    std::string executable;
-    std::vector<std::string> arguments;
-    Streams streams;
-  };
-  void prints(std::string_view text) {
-    answer = ToolRun{};
-    answer.started = true;
-    answer.output.assign(text.begin(), text.end());
-  }
-
-  ToolRun answer;
-  std::vector<Invocation> invocations;
-
- protected:
-  ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
-                  const EnvironmentChanges&) override {
-    invocations.push_back({executable, arguments, streams});
-    return answer;
-  }
-};
-
-// Knows the dates the test names; records the pattern it was asked to use.
+// Knows the dates the test names; records each pattern and text it was asked.
 struct FakeDateParser final : DateParser {
   std::optional<Instant> parse(std::string_view pattern, std::string_view text) const override {
-    patterns.emplace_back(pattern);
-    texts.emplace_back(text);
+    asked.emplace_back(pattern, text);
     const auto known = dates.find(std::string(text));
     return known == dates.end() ? std::nullopt : std::optional<Instant>(known->second);
   }
-
   std::map<std::string, Instant> dates;
-  mutable std::vector<std::string> patterns;
-  mutable std::vector<std::string> texts;
+  mutable std::vector<std::pair<std::string, std::string>> asked;
 };
 
 struct FakeClock final : Clock {

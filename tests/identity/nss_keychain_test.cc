@@ -42,23 +42,43 @@ class NssKeychainTest : public ::testing::Test {
   NssKeychain keychain{database};
 };
 
-TEST_F(NssKeychainTest, AddedCertificateIsFoundByItsCommonName) {
-  const auto der = testing::makeCertificate("/CN=Quillon Gateway/O=Pylon");
-  EXPECT_EQ(add(der), KeychainStatus::kSuccess);
+// The label is the subject's last common name, else what comes before it, and
+// is compared exactly.
+TEST_F(NssKeychainTest, AddedCertificatesAreFoundByTheirLabelOnly) {
+  struct Case {
+    const char* subject;
+    const char* label;
+    std::vector<std::string> otherLabels;
+  };
+  const Case cases[] = {
+      {"/CN=Quillon Gateway/O=Pylon", "Quillon Gateway",
+       // NSS reads labels up to their first NUL; a label that goes on is another one.
+       {"quillon gateway", "Quillon", "Pylon", std::string("Quillon Gateway\0 other", 22)}},
+      {"/CN=host.example:8443", "host.example:8443", {"host.example", "NSS Certificate DB:host.example:8443"}},
+      {"/O=Org/OU=Unit/CN=first/CN=second", "second", {"first"}},
+      {"/O=Org/OU=Unit", "Unit", {}},
+      {"/O=Org only", "Org only", {}},
+      {"/serialNumber=42", "X509 Certificate", {}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.subject);
+    const auto der = testing::makeCertificate(c.subject);
+    EXPECT_EQ(add(der), KeychainStatus::kSuccess);
+    EXPECT_EQ(add(der), KeychainStatus::kDuplicateItem);
+    EXPECT_EQ(find(c.label), der);
+    for (const std::string& other : c.otherLabels) EXPECT_EQ(find(other), std::nullopt) << other;
+  }
   EXPECT_TRUE(std::filesystem::exists(database + "/cert9.db"));
-  EXPECT_EQ(find("Quillon Gateway"), der);
-  EXPECT_EQ(find("quillon gateway"), std::nullopt);
-  EXPECT_EQ(find("Quillon"), std::nullopt);
-  EXPECT_EQ(find("Pylon"), std::nullopt);
-  // NSS reads labels up to their first NUL; a label that goes on is another one.
-  EXPECT_EQ(find(std::string("Quillon Gateway\0 other", 22)), std::nullopt);
 }
 
-TEST_F(NssKeychainTest, TheSameCertificateTwiceIsADuplicate) {
-  const auto der = testing::makeCertificate("/CN=twice");
-  EXPECT_EQ(add(der), KeychainStatus::kSuccess);
-  EXPECT_EQ(add(der), KeychainStatus::kDuplicateItem);
-  EXPECT_EQ(find("twice"), der);
+TEST_F(NssKeychainTest, ADifferentSubjectWithATakenLabelGetsANumberedOne) {
+  const auto first = testing::makeCertificate("/CN=shared/O=First");
+  const auto second = testing::makeCertificate("/CN=shared/O=Second");
+  const auto third = testing::makeCertificate("/CN=shared/O=Third");
+  for (const auto& der : {first, second, third}) EXPECT_EQ(add(der), KeychainStatus::kSuccess);
+  EXPECT_EQ(find("shared"), first);
+  EXPECT_EQ(find("shared #2"), second);
+  EXPECT_EQ(find("shared #3"), third);
 }
 
 TEST_F(NssKeychainTest, LookupOfAMissingDatabaseCreatesNothing) {
@@ -88,47 +108,6 @@ TEST_F(NssKeychainTest, ADatabaseFirstOpenedForLookupsTakesAdditions) {
   EXPECT_EQ(add(der), KeychainStatus::kDuplicateItem);
 }
 
-TEST_F(NssKeychainTest, LabelsWithAColonAreFound) {
-  const auto der = testing::makeCertificate("/CN=host.example:8443");
-  EXPECT_EQ(add(der), KeychainStatus::kSuccess);
-  EXPECT_EQ(find("host.example:8443"), der);
-  EXPECT_EQ(find("host.example"), std::nullopt);
-  EXPECT_EQ(find("NSS Certificate DB:host.example:8443"), std::nullopt);
-}
-
-struct DefaultLabelCase {
-  const char* subject;
-  const char* label;
-};
-
-void PrintTo(const DefaultLabelCase& testCase, std::ostream* out) { *out << testCase.subject; }
-
-class NssDefaultLabelTest : public NssKeychainTest, public ::testing::WithParamInterface<DefaultLabelCase> {};
-
-TEST_P(NssDefaultLabelTest, FollowsTheSubject) {
-  const auto der = testing::makeCertificate(GetParam().subject);
-  EXPECT_EQ(add(der), KeychainStatus::kSuccess);
-  EXPECT_EQ(find(GetParam().label), der) << GetParam().subject;
-}
-
-INSTANTIATE_TEST_SUITE_P(Subjects, NssDefaultLabelTest,
-                         ::testing::Values(DefaultLabelCase{"/O=Org/OU=Unit/CN=first/CN=second", "second"},
-                                           DefaultLabelCase{"/O=Org/OU=Unit", "Unit"},
-                                           DefaultLabelCase{"/O=Org only", "Org only"},
-                                           DefaultLabelCase{"/serialNumber=42", "X509 Certificate"}));
-
-TEST_F(NssKeychainTest, ADifferentSubjectWithATakenLabelGetsANumberedOne) {
-  const auto first = testing::makeCertificate("/CN=shared/O=First");
-  const auto second = testing::makeCertificate("/CN=shared/O=Second");
-  const auto third = testing::makeCertificate("/CN=shared/O=Third");
-  EXPECT_EQ(add(first), KeychainStatus::kSuccess);
-  EXPECT_EQ(add(second), KeychainStatus::kSuccess);
-  EXPECT_EQ(add(third), KeychainStatus::kSuccess);
-  EXPECT_EQ(find("shared"), first);
-  EXPECT_EQ(find("shared #2"), second);
-  EXPECT_EQ(find("shared #3"), third);
-}
-
 TEST_F(NssKeychainTest, MakesCertificatesOfDerOnly) {
   auto der = testing::makeCertificate("/CN=bytes");
   EXPECT_TRUE(keychain.makeCertificate(der));
@@ -139,18 +118,6 @@ TEST_F(NssKeychainTest, MakesCertificatesOfDerOnly) {
   EXPECT_FALSE(keychain.makeCertificate(truncated));
   der.push_back(0x00);
   EXPECT_FALSE(keychain.makeCertificate(der));
-}
-
-TEST(NssUserDatabaseTest, LiesInTheHomeDirectory) {
-  const char* saved = std::getenv("HOME");
-  const std::string previous = saved ? saved : "";
-  ::setenv("HOME", "/home/someone", 1);
-  EXPECT_EQ(NssKeychain::userDatabaseDirectory(), "/home/someone/.pki/nssdb");
-  if (saved) {
-    ::setenv("HOME", previous.c_str(), 1);
-  } else {
-    ::unsetenv("HOME");
-  }
 }
 
 }  // namespace

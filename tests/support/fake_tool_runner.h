@@ -1,0 +1,54 @@
+// A ToolRunner for exact cases: it records every run and answers what the test
+// queued, then `answer` once the queue is empty.
+#pragma once
+
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/tool_runner.h"
+
+namespace quillon::testing {
+
+struct ToolCall {
+  std::string executable;
+  std::vector<std::string> arguments;
+  ToolRunner::Streams streams;
+
+  friend bool operator==(const ToolCall&, const ToolCall&) = default;
+};
+
+// A tool run that printed `output` and exited with `exitCode`.
+inline ToolRun finishedRun(std::string_view output, int exitCode = 0) {
+  ToolRun run;
+  run.started = true;
+  run.output.assign(output.begin(), output.end());
+  run.waitStatus = exitCode << 8;
+  return run;
+}
+
+inline ToolRun notStartedRun() {
+  ToolRun run;
+  run.startError = "No such file or directory";
+  return run;
+}
+
+class FakeToolRunner final : public ToolRunner {
+ public:
+  std::deque<ToolRun> answers;
+  ToolRun answer = finishedRun("");
+  std::vector<ToolCall> calls;
+
+ protected:
+  ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+                  const EnvironmentChanges&) override {
+    calls.push_back({executable, arguments, streams});
+    if (answers.empty()) return answer;
+    ToolRun next = std::move(answers.front());
+    answers.pop_front();
+    return next;
+  }
+};
+
+}  // namespace quillon::testing
