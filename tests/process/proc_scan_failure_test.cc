@@ -5,7 +5,6 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cerrno>
 
@@ -32,26 +31,18 @@ extern "C" dirent* readdir(DIR* directory) {
 namespace quillon {
 namespace {
 
-class ProcScanFailureTest : public ::testing::Test {
- protected:
-  ChannelReply processesNamed(const std::string& name) {
-    testing::ReplyRecorder recorder;
-    manager.getProcessesByName(name, recorder.callback());
-    return recorder.only();
-  }
-
+TEST(ProcScanFailureTest, ProcessesByNameAnswerTheEmptyListWhenProcCannotBeReadThrough) {
   testing::LinuxProcessPlatform platform;
-  ProcRunningApplications& applications = platform.applications;
-  ProcessManager& manager = platform.manager;
-};
-
-TEST_F(ProcScanFailureTest, ProcessesByNameAnswerTheEmptyListWhenProcCannotBeReadThrough) {
-  const std::string ownName = applications.list().at(0).localizedName.value_or("");
-  ASSERT_NE(processesNamed(ownName), ChannelReply::success(processIdListValue({})));
+  const auto processesNamed = [&platform](const std::string& name) {
+    testing::ReplyRecorder recorder;
+    platform.manager.getProcessesByName(name, recorder.callback());
+    return recorder.only();
+  };
+  const std::string ownName = platform.applications.list().at(0).localizedName.value_or("");
+  ASSERT_NE(processesNamed(ownName), ChannelReply::success(ChannelList{}));
   for (const int allowed : {0, 3}) {
-    SCOPED_TRACE(allowed);
     readdirsBeforeFailure = allowed;
-    EXPECT_EQ(processesNamed(ownName), ChannelReply::success(processIdListValue({})));
+    EXPECT_EQ(processesNamed(ownName), ChannelReply::success(ChannelList{})) << allowed;
     readdirsBeforeFailure = -1;
   }
 }
