@@ -7,22 +7,15 @@
 namespace quillon {
 namespace {
 
-TEST(ReplyCallbackTest, AnswersOnceThroughItsSink) {
-  testing::ReplyRecorder recorder;
-  recorder.callback().success(ChannelValue(7));
-  ASSERT_EQ(recorder.replies().size(), 1u);
-  EXPECT_EQ(recorder.only(), ChannelReply::success(ChannelValue(7)));
-}
-
-TEST(ReplyCallbackTest, MovedCallbackAnswersOnlyFromItsNewOwner) {
+TEST(ReplyCallbackTest, AMovedCallbackAnswersOnceFromItsNewOwner) {
   testing::ReplyRecorder recorder;
   {
     ReplyCallback first = recorder.callback();
     ReplyCallback second(std::move(first));
     std::move(second).error("CODE", "message");
   }
-  ASSERT_EQ(recorder.replies().size(), 1u);
-  EXPECT_EQ(recorder.only(), ChannelReply::error("CODE", "message"));
+  recorder.callback().success(ChannelValue(7));
+  EXPECT_EQ(recorder.replies(), (std::vector{ChannelReply::error("CODE", "message"), ChannelReply::success(7)}));
 }
 
 TEST(ReplyCallbackTest, DroppedUnansweredAnswersNotImplementedAndSaysSo) {
