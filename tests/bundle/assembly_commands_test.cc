@@ -20,17 +20,13 @@ TEST(AssemblyCommandsTest, AnswerPathsAsSuccessWhateverTheArguments) {
   testing::CapturingDiagnostics diagnostics;
   const BundleEnvironment environment{bundle, files, diagnostics};
   const CommandDispatcher dispatcher(assemblyCommands(environment));
-
-  const std::vector<std::pair<std::string, std::string>> expected = {
-      {"assembly::getExecutingAssemblyPath", "/B/quillon-host"},
-      {"assembly::getRDPBinaryExecutablePath", "/B/data/pylonRDP/pylonRDP"},
-      {"assembly::getTXBinaryExecutablePath", ""},
-  };
   for (const ChannelValue& arguments : {ChannelValue(), ChannelValue("x"), ChannelValue(ChannelList{})}) {
-    for (const auto& [method, path] : expected) {
+    for (const auto& [method, path] : {std::pair{"assembly::getExecutingAssemblyPath", "/B/quillon-host"},
+                                       std::pair{"assembly::getRDPBinaryExecutablePath", "/B/data/pylonRDP/pylonRDP"},
+                                       std::pair{"assembly::getTXBinaryExecutablePath", ""}}) {
       testing::ReplyRecorder recorder;
       dispatcher.handle(MethodCall{method, arguments}, recorder.callback());
-      EXPECT_EQ(recorder.only(), ChannelReply::success(ChannelValue(path))) << method;
+      EXPECT_EQ(recorder.only(), ChannelReply::success(path)) << method;
     }
   }
 }

@@ -2,80 +2,59 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 #include "tests/bundle/fake_bundle.h"
 #include "tests/support/capturing_diagnostics.h"
 
 namespace quillon {
 namespace {
 
-using Operation = std::string (*)(const BundleEnvironment&);
+using Lines = std::vector<std::string>;
 
-struct HelperCase {
-  const char* label;
-  Operation operation;
-  std::optional<std::string> resources;
-  std::set<std::string> existing;
-  std::string expected;
-  std::vector<std::string> lines;
+// A bundle whose executable and resources are the test's, and files that exist.
+struct Answer {
+  std::string path;
+  Lines lines;
+  friend bool operator==(const Answer&, const Answer&) = default;
 };
-
-// Names the case in test output instead of dumping its bytes.
-void PrintTo(const HelperCase& c, std::ostream* out) { *out << c.label; }
-
-class HelperPathTest : public ::testing::TestWithParam<HelperCase> {};
-
-TEST_P(HelperPathTest, AnswersThePathOrEmptyWithItsLine) {
-  const HelperCase& c = GetParam();
+Answer answer(std::string (*operation)(const BundleEnvironment&), std::optional<std::string> executable,
+              std::optional<std::string> resources, std::set<std::string> existing) {
   testing::FakeBundle bundle;
-  bundle.resources = c.resources;
+  bundle.executable = std::move(executable);
+  bundle.resources = std::move(resources);
   testing::FakeFiles files;
-  files.existing = c.existing;
+  files.existing = std::move(existing);
   testing::CapturingDiagnostics diagnostics;
-  EXPECT_EQ(c.operation({bundle, files, diagnostics}), c.expected);
-  EXPECT_EQ(diagnostics.lines, c.lines);
+  std::string path = operation({bundle, files, diagnostics});
+  return {std::move(path), std::move(diagnostics.lines)};
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AssemblyData, HelperPathTest,
-    ::testing::Values(
-        HelperCase{"TxPresent", &AssemblyData::getTXBinaryExecutablePath, "/A/Resources",
-                   {"/A/Resources/pylonTX/pylonTX"}, "/A/Resources/pylonTX/pylonTX", {}},
-        HelperCase{"TxMissing", &AssemblyData::getTXBinaryExecutablePath, "/A/Resources",
-                   {"/A/Resources/pylonRDP/pylonRDP"}, "",
-                   {"Error: pylonTX directory not found at path /A/Resources/pylonTX/pylonTX"}},
-        HelperCase{"RdpPresent", &AssemblyData::getRDPBinaryExecutablePath, "/A/Resources",
-                   {"/A/Resources/pylonRDP/pylonRDP"}, "/A/Resources/pylonRDP/pylonRDP", {}},
-        HelperCase{"RdpMissing", &AssemblyData::getRDPBinaryExecutablePath, "/A/Resources", {}, "",
-                   {"Error: pylonRDP directory not found at path /A/Resources/pylonRDP/pylonRDP"}},
-        HelperCase{"TextAppendedWithoutSeparatorRules", &AssemblyData::getRDPBinaryExecutablePath, "/A/Resources/",
-                   {"/A/Resources//pylonRDP/pylonRDP"}, "/A/Resources//pylonRDP/pylonRDP", {}},
-        HelperCase{"NoResourcesRdp", &AssemblyData::getRDPBinaryExecutablePath, std::nullopt, {}, "",
-                   {"Error: Unable to find the resource path"}},
-        HelperCase{"NoResourcesTx", &AssemblyData::getTXBinaryExecutablePath, std::nullopt, {}, "",
-                   {"Error: Unable to find the resource path"}},
-        HelperCase{"ResourcesNotUtf8", &AssemblyData::getTXBinaryExecutablePath, "/A/Caf\xE9/data",
-                   {"/A/Caf\xE9/data/pylonTX/pylonTX"}, "", {"Error: Unable to find the resource path"}}),
-    [](const auto& param) { return std::string(param.param.label); });
+void PrintTo(const Answer& a, std::ostream* out) { *out << ::testing::PrintToString(a.path) << " " << ::testing::PrintToString(a.lines); }
 
-TEST(AssemblyDataTest, ExecutablePathIsNotCheckedForExistence) {
-  testing::FakeBundle bundle;
-  bundle.executable = "/A/quillon-host";
-  testing::FakeFiles nothingExists;
-  testing::CapturingDiagnostics diagnostics;
-  EXPECT_EQ(AssemblyData::getAppExecutablePath({bundle, nothingExists, diagnostics}), "/A/quillon-host");
-  EXPECT_TRUE(diagnostics.lines.empty());
+TEST(AssemblyDataTest, HelperPathsAreAnsweredWhenTheyExistElseEmptyWithALine) {
+  const auto rdp = &AssemblyData::getRDPBinaryExecutablePath;
+  const auto tx = &AssemblyData::getTXBinaryExecutablePath;
+  EXPECT_EQ(answer(tx, {}, "/A/Resources", {"/A/Resources/pylonTX/pylonTX"}), (Answer{"/A/Resources/pylonTX/pylonTX", {}}));
+  EXPECT_EQ(answer(rdp, {}, "/A/Resources", {"/A/Resources/pylonRDP/pylonRDP"}),
+            (Answer{"/A/Resources/pylonRDP/pylonRDP", {}}));
+  EXPECT_EQ(answer(tx, {}, "/A/Resources", {"/A/Resources/pylonRDP/pylonRDP"}),
+            (Answer{"", {"Error: pylonTX directory not found at path /A/Resources/pylonTX/pylonTX"}}));
+  EXPECT_EQ(answer(rdp, {}, "/A/Resources", {}),
+            (Answer{"", {"Error: pylonRDP directory not found at path /A/Resources/pylonRDP/pylonRDP"}}));
+  // The text is appended, without rules for separators.
+  EXPECT_EQ(answer(rdp, {}, "/A/Resources/", {"/A/Resources//pylonRDP/pylonRDP"}),
+            (Answer{"/A/Resources//pylonRDP/pylonRDP", {}}));
+  for (const auto operation : {rdp, tx}) {
+    EXPECT_EQ(answer(operation, {}, std::nullopt, {}), (Answer{"", {"Error: Unable to find the resource path"}}));
+  }
+  EXPECT_EQ(answer(tx, {}, "/A/Caf\xE9/data", {"/A/Caf\xE9/data/pylonTX/pylonTX"}),
+            (Answer{"", {"Error: Unable to find the resource path"}}));
 }
 
-TEST(AssemblyDataTest, NoExecutableOrOneNotUtf8AnswersEmptyWithItsLine) {
-  for (const std::optional<std::string>& executable : {std::optional<std::string>(), std::optional<std::string>("/A/\xFF")}) {
-    testing::FakeBundle bundle;
-    bundle.executable = executable;
-    testing::FakeFiles files;
-    testing::CapturingDiagnostics diagnostics;
-    EXPECT_EQ(AssemblyData::getAppExecutablePath({bundle, files, diagnostics}), "");
-    EXPECT_EQ(diagnostics.lines, std::vector<std::string>{"Error: Unable to find the executable URL"});
+TEST(AssemblyDataTest, TheExecutablePathIsNotCheckedForExistence) {
+  const auto executable = &AssemblyData::getAppExecutablePath;
+  EXPECT_EQ(answer(executable, "/A/quillon-host", {}, {}), (Answer{"/A/quillon-host", {}}));
+  for (const std::optional<std::string>& missing : {std::optional<std::string>(), std::optional<std::string>("/A/\xFF")}) {
+    EXPECT_EQ(answer(executable, missing, {}, {}), (Answer{"", {"Error: Unable to find the executable URL"}}));
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdlib.h>
+
 #include <filesystem>
 
 namespace quillon {
@@ -9,34 +11,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class FlutterBundleLocatorTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    root_ = fs::temp_directory_path() / ("quillon-bundle-" + std::to_string(::getpid()));
-    fs::create_directories(root_ / "bundle");
-    fs::create_symlink(root_ / "bundle" / "quillon-host", root_ / "exe");
-  }
-  void TearDown() override { fs::remove_all(root_); }
-
-  fs::path root_;
-};
-
-TEST_F(FlutterBundleLocatorTest, ResourcesAreTheDataDirectoryBesideTheExecutable) {
-  fs::create_directories(root_ / "bundle" / "data");
-  const FlutterBundleLocator locator((root_ / "exe").string());
-  EXPECT_EQ(locator.executablePath(), (root_ / "bundle" / "quillon-host").string());
-  EXPECT_EQ(locator.resourcePath(), (root_ / "bundle" / "data").string());
-}
-
-TEST_F(FlutterBundleLocatorTest, NoDataDirectoryMeansNoResources) {
-  const FlutterBundleLocator locator((root_ / "exe").string());
+TEST(FlutterBundleLocatorTest, ResourcesAreTheDataDirectoryBesideTheExecutable) {
+  std::string root = (fs::temp_directory_path() / "quillon-bundle-XXXXXX").string();
+  ASSERT_NE(::mkdtemp(root.data()), nullptr);
+  const fs::path bundle = fs::path(root) / "bundle";
+  fs::create_directories(bundle);
+  fs::create_symlink(bundle / "quillon-host", root + "/exe");
+  const FlutterBundleLocator locator(root + "/exe");
+  EXPECT_EQ(locator.executablePath(), (bundle / "quillon-host").string());
   EXPECT_EQ(locator.resourcePath(), std::nullopt);
-}
-
-TEST_F(FlutterBundleLocatorTest, UnreadableLinkMeansNoExecutable) {
-  const FlutterBundleLocator locator((root_ / "missing").string());
-  EXPECT_EQ(locator.executablePath(), std::nullopt);
-  EXPECT_EQ(locator.resourcePath(), std::nullopt);
+  fs::create_directories(bundle / "data");
+  EXPECT_EQ(locator.resourcePath(), (bundle / "data").string());
+  const FlutterBundleLocator unreadable(root + "/missing");
+  EXPECT_EQ(unreadable.executablePath(), std::nullopt);
+  EXPECT_EQ(unreadable.resourcePath(), std::nullopt);
+  fs::remove_all(root);
 }
 
 }  // namespace
