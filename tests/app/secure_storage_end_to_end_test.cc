@@ -1,11 +1,13 @@
-// The built host, headless, keeping the interface's secrets in a real Secret
+// The secure-storage plug-in of the built host, headless, on a real Secret
 // Service: run under scripts/with-secret-service, whose private session bus
-// and keyring the host inherits. Other applications' items are made and read
-// with libsecret directly, as any other client of the service would.
+// and keyring the host inherits. Other programs' items are made and read with
+// libsecret directly, as any other client of the service would; the keyring
+// store's lifetime is tested in this process.
 #include <gtest/gtest.h>
 #include <libsecret/secret.h>
 
 #include "app/plugins/flutter_secure_storage_plugin.h"
+#include "platform/linux/libsecret_secret_store.h"
 #include "tests/app/host_conversation.h"
 #include "tests/support/catalogue_end_to_end_test.h"
 
@@ -21,21 +23,26 @@ SecretSchema schemaNamed(const char* name) {
 const SecretSchema kApplicationSchema = schemaNamed("app.quillon.SecureStorage");
 const SecretSchema kOtherSchema = schemaNamed("app.quillon.SomeOtherApplication");
 
+// What the interface's package sends along with every call; the host ignores it.
+const ChannelValue kOptions = argumentMap({{"accessibility", "unlocked"}, {"useSessionKeyring", true}});
+
 class SecureStorageEndToEndTest : public HostConversationTest {
  protected:
   // Each test starts with none of the host's items.
   void SetUp() override {
     start({.headless = true});
-    ASSERT_EQ(call("deleteAll"), ChannelReply::success());
+    ASSERT_EQ(call("deleteAll", argumentMap({{"options", kOptions}})), ChannelReply::success());
   }
 
   ChannelReply call(const std::string& method, ChannelValue arguments = {}) {
     return callHost(*interface_, FlutterSecureStoragePlugin::kChannel, method, std::move(arguments));
   }
   ChannelReply write(const std::string& key, const std::string& value) {
-    return call("write", argumentMap({{"key", key}, {"value", value}, {"options", argumentMap({})}}));
+    return call("write", argumentMap({{"key", key}, {"value", value}, {"options", kOptions}}));
   }
-  ChannelReply read(const std::string& method, const std::string& key) { return call(method, argumentMap({{"key", key}})); }
+  ChannelReply keyed(const std::string& method, const std::string& key) {
+    return call(method, argumentMap({{"key", key}, {"options", kOptions}}));
+  }
 };
 
 TEST_F(SecureStorageEndToEndTest, KeysAndValuesComeBackByteForByteAndEachKeyIsOneItem) {
@@ -52,13 +59,15 @@ TEST_F(SecureStorageEndToEndTest, KeysAndValuesComeBackByteForByteAndEachKeyIsOn
   }
   ChannelMap all;  // In the order of the keys' bytes, as the keyring lists them.
   for (const auto& [key, value] : std::map(kCases.begin(), kCases.end())) all.set(key, value);
-  for (const auto& [key, value] : kCases) EXPECT_EQ(read("read", key), ChannelReply::success(value)) << key;
+  for (const auto& [key, value] : kCases) EXPECT_EQ(keyed("read", key), ChannelReply::success(value)) << key;
   EXPECT_EQ(call("readAll"), ChannelReply::success(all));
-  EXPECT_EQ(read("read", "Empty"), ChannelReply::success());
-  EXPECT_EQ(read("delete", "utf-8"), ChannelReply::success());
-  EXPECT_EQ(read("delete", "never written"), ChannelReply::success());
-  EXPECT_EQ(read("containsKey", "utf-8"), ChannelReply::success(false));
-  EXPECT_EQ(read("containsKey", "nul"), ChannelReply::success(true));
+  EXPECT_EQ(keyed("read", "Empty"), ChannelReply::success());
+  EXPECT_EQ(keyed("containsKey", "nul"), ChannelReply::success(true));
+  EXPECT_EQ(keyed("delete", "utf-8"), ChannelReply::success());
+  EXPECT_EQ(keyed("delete", "never written"), ChannelReply::success());
+  EXPECT_EQ(keyed("containsKey", "utf-8"), ChannelReply::success(false));
+  EXPECT_EQ(call("deleteAll"), ChannelReply::success());
+  EXPECT_EQ(call("readAll", argumentMap({{"options", kOptions}})), ChannelReply::success(ChannelMap{}));
 }
 
 // Other tools (and the host's next versions) find the items by the schema's
@@ -78,10 +87,74 @@ TEST_F(SecureStorageEndToEndTest, ItemsCarryTheApplicationsSchemaAndLabelAndOthe
   EXPECT_STREQ(label, "QUILLON Remote App: shared");
 
   EXPECT_EQ(call("deleteAll"), ChannelReply::success());
-  EXPECT_EQ(call("readAll"), ChannelReply::success(ChannelMap{}));
+  EXPECT_EQ(keyed("read", "shared"), ChannelReply::success());
   g_autofree gchar* theirs = secret_password_lookup_sync(&kOtherSchema, nullptr, &error, "key", "shared", nullptr);
   EXPECT_STREQ(theirs, "theirs");
   EXPECT_EQ(host_->stop(), 0) << host_->errorOutput();
+}
+
+// Another program may store bytes that are not text under our schema; they are
+// none of the interface's values, and the channel could not carry them.
+TEST_F(SecureStorageEndToEndTest, AValueThatIsNotUtf8CountsAsNotStored) {
+  g_autoptr(GError) error = nullptr;
+  SecretValue* bytes = secret_value_new("\xFF\xFE", 2, "application/octet-stream");
+  ASSERT_TRUE(secret_password_store_binary_sync(&kApplicationSchema, SECRET_COLLECTION_DEFAULT, "not text", bytes,
+                                                nullptr, &error, "key", "x", nullptr));
+  secret_value_unref(bytes);
+  EXPECT_EQ(write("a", "1"), ChannelReply::success());
+  EXPECT_EQ(keyed("read", "x"), ChannelReply::success());
+  EXPECT_EQ(keyed("containsKey", "x"), ChannelReply::success(false));
+  EXPECT_EQ(call("readAll"), ChannelReply::success(argumentMap({{"a", "1"}})));
+  EXPECT_EQ(keyed("delete", "x"), ChannelReply::success());
+  EXPECT_EQ(secret_password_lookup_binary_sync(&kApplicationSchema, nullptr, &error, "key", "x", nullptr), nullptr);
+}
+
+TEST_F(SecureStorageEndToEndTest, WrongArgumentsAndOtherNamesLeaveTheKeyringAlone) {
+  EXPECT_EQ(write("a", "1"), ChannelReply::success());
+  ChannelMap numberKey;
+  numberKey.set("key", "a");
+  numberKey.set(std::int32_t{7}, "not a string key");
+  const auto withoutKey = ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"key\"");
+  std::vector<std::tuple<std::string, ChannelValue, ChannelReply>> cases;
+  for (const char* method : {"write", "read", "containsKey", "delete"}) {
+    for (const ChannelValue& arguments :
+         {ChannelValue(), ChannelValue("a"), ChannelValue(ChannelList{"key", "a"}), argumentMap({{"options", kOptions}}),
+          argumentMap({{"Key", "a"}, {"value", "1"}}), argumentMap({{"key", {}}, {"value", "1"}}),
+          argumentMap({{"key", std::int32_t{1}}, {"value", "1"}}), argumentMap({{"key", ChannelList{"a"}}}),
+          ChannelValue(numberKey)}) {
+      cases.emplace_back(method, arguments, withoutKey);
+    }
+  }
+  for (const ChannelValue& value : {ChannelValue(), ChannelValue(std::int32_t{1}), ChannelValue(std::vector<std::uint8_t>{'2'})}) {
+    cases.emplace_back("write", argumentMap({{"key", "a"}, {"value", value}}),
+                       ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"value\""));
+  }
+  for (const char* method : {"Write", "readall", "deleteKey", "remove", "getAll", ""}) {
+    cases.emplace_back(method, argumentMap({{"key", "a"}}), ChannelReply::notImplemented());
+  }
+  for (const auto& [method, arguments, reply] : cases) {
+    EXPECT_EQ(call(method, arguments), reply) << method << ' ' << describe(arguments);
+  }
+  EXPECT_EQ(call("readAll"), ChannelReply::success(argumentMap({{"a", "1"}})));
+}
+
+// The completion would answer an interface call that may have gone with the
+// store: it must be destroyed, never called.
+TEST(LibsecretSecretStoreTest, AStoreDestroyedWithOperationsInFlightDropsTheirCompletions) {
+  auto doomed = std::make_unique<LibsecretSecretStore>();
+  const auto heldByCompletions = std::make_shared<int>(0);
+  bool called = false;
+  doomed->store("doomed", "value", [heldByCompletions, &called](auto) { called = true; });
+  doomed->list([heldByCompletions, &called](auto) { called = true; });
+  doomed.reset();
+  EXPECT_TRUE(waitUntil(
+      [&] {
+        while (g_main_context_iteration(nullptr, FALSE)) {
+        }
+        return heldByCompletions.use_count() == 1;
+      },
+      kAnswerTime));
+  EXPECT_FALSE(called);
 }
 
 }  // namespace

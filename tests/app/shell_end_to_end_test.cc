@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "app/plugins/flutter_secure_storage_plugin.h"
 #include "app/plugins/url_launcher_plugin.h"
 #include "tests/app/host_conversation.h"
 
@@ -84,6 +85,24 @@ TEST_F(HeadlessHostTest, SigintEndsTheHostAtOnce) {
   host_->signal(SIGINT);
   EXPECT_EQ(host_->waitExit(kAnswerTime), 128 + SIGINT);
   EXPECT_EQ(nextHostCall(*interface_, 0ms), std::nullopt);
+}
+
+// Without a Secret Service to reach, each secure-storage call is answered with
+// GIO's reason, and the host goes on.
+TEST(SecureStorageEndToEndTest, WithoutASessionBusEachCallIsAnsweredWithTheReason) {
+  auto host = startedHost({.headless = true, .environment = {{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus"}}});
+  const auto interface = connectTo(*host);
+  ASSERT_TRUE(interface);
+  ChannelMap arguments;
+  arguments.set("key", "a");
+  arguments.set("value", "1");
+  for (const char* method : {"write", "read", "containsKey", "delete", "readAll", "deleteAll"}) {
+    const ChannelReply reply = callHost(*interface, FlutterSecureStoragePlugin::kChannel, method, arguments);
+    ASSERT_TRUE(reply.isError()) << method;
+    EXPECT_EQ(reply.error().code, "SECRET_STORE_ERROR");
+    EXPECT_TRUE(reply.error().message.starts_with("Could not connect: ")) << reply.error().message;
+  }
+  EXPECT_EQ(host->stop(), 0);
 }
 
 // The URL plug-in over the desktop's URL handlers, on a desktop configuration

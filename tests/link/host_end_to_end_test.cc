@@ -9,19 +9,6 @@
 namespace quillon::testing {
 namespace {
 
-// Its diagnostics go to standard output. (With the helpers in the bundle, the
-// paths are answered through quillon-call: quillon_call_test.cc.)
-TEST(HostEndToEndTest, WithoutADataDirectoryTheResourcePathIsMissingAndSaidSo) {
-  auto host = startedHost({.dataDirectory = false});
-  auto client = connectTo(*host);
-  ASSERT_TRUE(client);
-  EXPECT_EQ(callHost(*client, kNativeCommandChannel, "assembly::getTXBinaryExecutablePath"), ChannelReply::success(""));
-  EXPECT_EQ(callHost(*client, kNativeCommandChannel, "assembly::getExecutingAssemblyPath"),
-            ChannelReply::success(host->executablePath()));
-  EXPECT_EQ(host->stop(), 0);
-  EXPECT_EQ(host->output(), "Error: Unable to find the resource path\n");
-}
-
 // Bytes that break the framing close their connection only, with a line; the
 // host serves the others, and new ones, on.
 TEST(HostEndToEndTest, BrokenFramingClosesOnlyThatClient) {

@@ -43,14 +43,12 @@ class LinkListenerTest : public ::testing::Test {
 TEST_F(LinkListenerTest, CreatesPrivateDirectoriesAndAPrivateSocket) {
   LinkListener listener(socketPath(), ::getuid());
   ASSERT_EQ(listener.listen([](UniqueFd) {}), std::nullopt);
-  struct stat status {};
-  ASSERT_EQ(::stat((root_ / "a").c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777, 0700u);
-  ASSERT_EQ(::stat((root_ / "a" / "b").c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777, 0700u);
-  ASSERT_EQ(::stat(socketPath().c_str(), &status), 0);
-  EXPECT_TRUE(S_ISSOCK(status.st_mode));
-  EXPECT_EQ(status.st_mode & 07777, 0600u);
+  for (const auto& [path, mode] : {std::pair(root_ / "a", S_IFDIR | 0700), std::pair(root_ / "a" / "b", S_IFDIR | 0700),
+                                   std::pair(fs::path(socketPath()), S_IFSOCK | 0600)}) {
+    struct stat status {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0) << path;
+    EXPECT_EQ(status.st_mode, static_cast<mode_t>(mode)) << path;
+  }
   listener.close();
   EXPECT_FALSE(fs::exists(socketPath()));
 }
@@ -84,13 +82,6 @@ TEST_F(LinkListenerTest, AFileThatIsNotASocketIsNeverRemoved) {
   EXPECT_EQ(listener.listen([](UniqueFd) {}), socketPath() + " exists and is not a socket");
   EXPECT_FALSE(listener.anotherHostServes());
   EXPECT_TRUE(fs::is_regular_file(socketPath()));
-}
-
-TEST_F(LinkListenerTest, APathTooLongForAUnixSocketIsRefused) {
-  LinkListener listener("/tmp/" + std::string(120, 'x'), ::getuid());
-  const auto failure = listener.listen([](UniqueFd) {});
-  ASSERT_TRUE(failure);
-  EXPECT_NE(failure->find("too long"), std::string::npos);
 }
 
 // The socket path rules, read from the environment of the moment.

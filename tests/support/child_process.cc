@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <time.h>
 
 #include <cerrno>
 #include <csignal>
@@ -16,18 +15,6 @@ namespace quillon::testing {
 
 namespace {
 
-std::vector<std::string> mergedEnvironment(const ChildProcess::Environment& changes) {
-  std::vector<std::string> merged;
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    const std::string text(*entry);
-    if (!changes.contains(text.substr(0, text.find('=')))) merged.push_back(text);
-  }
-  for (const auto& [name, value] : changes) {
-    if (value) merged.push_back(name + "=" + *value);
-  }
-  return merged;
-}
-
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> result;
   for (auto& text : texts) result.push_back(text.data());
@@ -35,22 +22,22 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return result;
 }
 
-int exitStatus(int waitStatus) {
-  if (WIFEXITED(waitStatus)) return WEXITSTATUS(waitStatus);
-  return 128 + WTERMSIG(waitStatus);
-}
-
 }  // namespace
 
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
                            const Environment& environment, const std::string& outputFile,
                            const std::string& errorFile) {
-  std::vector<std::string> argumentTexts{program};
+  std::vector<std::string> argumentTexts{program}, environmentTexts;
   argumentTexts.insert(argumentTexts.end(), arguments.begin(), arguments.end());
-  std::vector<std::string> environmentTexts = mergedEnvironment(environment);
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    const std::string text(*entry);
+    if (!environment.contains(text.substr(0, text.find('=')))) environmentTexts.push_back(text);
+  }
+  for (const auto& [name, value] : environment) {
+    if (value) environmentTexts.push_back(name + "=" + *value);
+  }
   auto argv = pointers(argumentTexts);
   auto envp = pointers(environmentTexts);
-
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
@@ -61,32 +48,25 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
 }
 
 ChildProcess::~ChildProcess() {
-  if (running()) {
-    signal(SIGKILL);
-    waitExit(std::chrono::milliseconds(-1));
-  }
+  signal(SIGKILL);
+  waitExit(std::chrono::milliseconds(-1));
 }
 
 std::optional<int> ChildProcess::waitExit(std::chrono::milliseconds timeout) {
-  if (status_ || pid_ <= 0) return status_;
   const auto reaped = [this](int options) {
     int waitStatus = 0;
     pid_t result;
     do {
       result = ::waitpid(pid_, &waitStatus, options);
     } while (result < 0 && errno == EINTR);
-    if (result == pid_) status_ = exitStatus(waitStatus);
+    if (result == pid_) status_ = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 128 + WTERMSIG(waitStatus);
     return status_.has_value();
   };
-  if (timeout.count() < 0) {
-    reaped(0);
-  } else {
-    waitUntil([&] { return reaped(WNOHANG); }, timeout);
-  }
+  if (status_ || pid_ <= 0) return status_;
+  if (timeout.count() < 0) reaped(0);
+  else waitUntil([&] { return reaped(WNOHANG); }, timeout);
   return status_;
 }
-
-bool ChildProcess::running() { return pid_ > 0 && !waitExit(std::chrono::milliseconds(0)); }
 
 void ChildProcess::signal(int number) {
   if (running()) ::kill(pid_, number);
@@ -94,8 +74,7 @@ void ChildProcess::signal(int number) {
 
 ToolRun runTool(const std::string& program, const std::vector<std::string>& arguments,
                 const ChildProcess::Environment& environment, const std::string& scratchDirectory) {
-  const std::string output = scratchDirectory + "/tool.out";
-  const std::string errors = scratchDirectory + "/tool.err";
+  const std::string output = scratchDirectory + "/tool.out", errors = scratchDirectory + "/tool.err";
   ToolRun run;
   {
     ChildProcess tool(program, arguments, environment, output, errors);
@@ -107,9 +86,8 @@ ToolRun runTool(const std::string& program, const std::vector<std::string>& argu
 }
 
 std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
   std::ostringstream text;
-  text << file.rdbuf();
+  text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
 }
 

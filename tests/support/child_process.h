@@ -31,9 +31,9 @@ class ChildProcess {
   bool started() const { return pid_ > 0; }
   pid_t pid() const { return pid_; }
   // The exit status (128 + the signal number for a killed child) once it has
-  // ended, or nothing when it still runs at the deadline.
+  // ended, or nothing when it still runs at the deadline (a negative one: none).
   std::optional<int> waitExit(std::chrono::milliseconds timeout);
-  bool running();
+  bool running() { return pid_ > 0 && !waitExit(std::chrono::milliseconds(0)); }
   void signal(int number);
 
  private:
@@ -56,12 +56,12 @@ std::string readFile(const std::string& path);
 template <typename Condition>
 bool waitUntil(Condition condition, std::chrono::milliseconds timeout) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
-  for (;;) {
-    if (condition()) return true;
+  while (!condition()) {
     if (std::chrono::steady_clock::now() >= deadline) return false;
     struct timespec pause{0, 5'000'000};
     nanosleep(&pause, nullptr);
   }
+  return true;
 }
 
 }  // namespace quillon::testing

@@ -26,15 +26,6 @@ bool acceptsConnections(const std::string& path) {
   return ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
-namespace {
-
-void writeHelper(const fs::path& path) {
-  fs::create_directories(path.parent_path());
-  std::ofstream(path) << "#!/bin/sh\n";
-}
-
-}  // namespace
-
 HostProcess::HostProcess(Layout layout) : layout_(layout) {
   char pattern[] = "/tmp/quillon-e2e-XXXXXX";
   directory_ = ::mkdtemp(pattern);
@@ -43,8 +34,10 @@ HostProcess::HostProcess(Layout layout) : layout_(layout) {
   fs::copy_file(QUILLON_HOST_BINARY, executablePath());
   if (layout_.dataDirectory) fs::create_directories(dataPath());
   if (layout_.helpers) {
-    writeHelper(fs::path(dataPath()) / "pylonRDP" / "pylonRDP");
-    writeHelper(fs::path(dataPath()) / "pylonTX" / "pylonTX");
+    for (const std::string helper : {"pylonRDP", "pylonTX"}) {
+      fs::create_directories(dataPath() + "/" + helper);
+      std::ofstream(dataPath() + "/" + helper + "/" + helper) << "#!/bin/sh\n";
+    }
   }
   socketPath_ = directory_ + "/sockets/interface.sock";
 }
@@ -55,34 +48,23 @@ HostProcess::~HostProcess() {
   fs::remove_all(directory_, ignored);
 }
 
-ChildProcess::Environment HostProcess::hostEnvironment() const {
-  // A home and a temporary directory of the bundle's own, so that the host's
-  // certificate store and certificate files never touch the user's.
-  ChildProcess::Environment environment{
-      {"HOME", directory_ + "/home"}, {"TMPDIR", directory_}, {"QUILLON_INTERFACE_SOCKET", socketPath_}};
-  if (layout_.headless) {
-    environment["DISPLAY"] = std::nullopt;
-    environment["WAYLAND_DISPLAY"] = std::nullopt;
-  }
-  for (const auto& [name, value] : layout_.environment) environment[name] = value;
-  return environment;
-}
-
 ChildProcess::Environment HostProcess::clientEnvironment() const { return {{"QUILLON_INTERFACE_SOCKET", socketPath_}}; }
 
 std::unique_ptr<ChildProcess> HostProcess::spawnHost(const std::string& name,
                                                      const ChildProcess::Environment& extra) const {
-  const std::string files = directory_ + "/" + name;
-  ChildProcess::Environment environment = hostEnvironment();
-  for (const auto& [variable, value] : extra) environment[variable] = value;
-  if (layout_.launcher.empty()) {
-    return std::make_unique<ChildProcess>(executablePath(), std::vector<std::string>{}, environment, files + ".out",
-                                          files + ".err");
+  // A home and a temporary directory of the bundle's own, so that the host's
+  // certificate store and certificate files never touch the user's.
+  ChildProcess::Environment environment{
+      {"HOME", directory_ + "/home"}, {"TMPDIR", directory_}, {"QUILLON_INTERFACE_SOCKET", socketPath_}};
+  if (layout_.headless) environment["DISPLAY"] = environment["WAYLAND_DISPLAY"] = std::nullopt;
+  for (const auto& changes : {layout_.environment, extra}) {
+    for (const auto& [variable, value] : changes) environment[variable] = value;
   }
-  std::vector<std::string> arguments(layout_.launcher.begin() + 1, layout_.launcher.end());
-  arguments.push_back(executablePath());
-  return std::make_unique<ChildProcess>(layout_.launcher.front(), arguments, environment, files + ".out",
-                                        files + ".err");
+  std::vector<std::string> command = layout_.launcher;
+  command.push_back(executablePath());
+  const std::string files = directory_ + "/" + name;
+  return std::make_unique<ChildProcess>(command.front(), std::vector<std::string>(command.begin() + 1, command.end()),
+                                        environment, files + ".out", files + ".err");
 }
 
 bool HostProcess::waitReady(std::chrono::milliseconds timeout) {
@@ -102,9 +84,6 @@ std::optional<int> HostProcess::stop() {
 }
 
 std::string HostProcess::output(const std::string& name) const { return readFile(directory_ + "/" + name + ".out"); }
-
-std::string HostProcess::errorOutput(const std::string& name) const {
-  return readFile(directory_ + "/" + name + ".err");
-}
+std::string HostProcess::errorOutput(const std::string& name) const { return readFile(directory_ + "/" + name + ".err"); }
 
 }  // namespace quillon::testing

@@ -26,8 +26,6 @@ class HostProcess {
     bool helpers = false;
     // Take DISPLAY (and WAYLAND_DISPLAY) away: the host runs without windows.
     bool headless = false;
-    // The name of the directory that holds the executable and data/.
-    std::string bundleName = "bundle";
     // More variables for the host, over the bundle's own.
     ChildProcess::Environment environment = {};
     // A program and its arguments that start the host, whose path is added
@@ -64,8 +62,7 @@ class HostProcess {
   std::string errorOutput(const std::string& name = "host") const;
 
  private:
-  ChildProcess::Environment hostEnvironment() const;
-  std::string bundlePath() const { return directory_ + "/" + layout_.bundleName; }
+  std::string bundlePath() const { return directory_ + "/bundle"; }
 
   Layout layout_;
   std::string directory_;

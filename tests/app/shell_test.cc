@@ -1,0 +1,311 @@
+// The shell through fakes: the close handshake, the main window's set-up, the
+// hand-over of a second launch, and what a failing keyring answers.
+#include <gtest/gtest.h>
+
+#include "app/app_delegate.h"
+#include "app/application.h"
+#include "app/instance_channel.h"
+#include "app/main_flutter_window.h"
+#include "app/plugins/flutter_secure_storage_plugin.h"
+#include "app/view_engine.h"
+#include "bundle/assembly_data.h"
+#include "channel/channel_names.h"
+#include "tests/bundle/fake_bundle.h"
+#include "tests/identity/fake_identity_platform.h"
+#include "tests/support/capturing_diagnostics.h"
+#include "tests/support/fake_messenger.h"
+#include "tests/window/fake_desktop.h"
+
+namespace quillon {
+namespace {
+
+using testing::FakeMessenger;
+
+class FakeNativeWindow final : public NativeWindow {
+ public:
+  struct State {
+    WindowFrame frame;
+    bool visible = false;
+    // The startup ids of the launches it came forward for, and of those it ended the notification of.
+    std::vector<std::string> broughtForward, notificationsEnded;
+  };
+
+  explicit FakeNativeWindow(std::shared_ptr<State> state) : state_(std::move(state)) {}
+
+  std::int64_t number() const override { return 0x2a00003; }
+  WindowFrame frame() const override { return state_->frame; }
+  void setFrame(const WindowFrame& frame) override { state_->frame = frame; }
+  void useCustomFrame() override {}
+  void show() override { state_->visible = true; }
+  void hide() override { state_->visible = false; }
+  bool isVisible() const override { return state_->visible; }
+  void bringForward(const std::string& startupId) override { state_->broughtForward.push_back(startupId); }
+  void endStartupNotification(const std::string& id) override { state_->notificationsEnded.push_back(id); }
+
+ private:
+  std::shared_ptr<State> state_;
+};
+
+class FakeMainLoop final : public MainLoop {
+ public:
+  int run() override { return quits.empty() ? -1 : quits.front(); }
+  void quit(int status) override { quits.push_back(status); }
+
+  std::vector<int> quits;
+};
+
+// The desktop of the plug-ins: no URL handlers, and a keyring that fails
+// every operation with `reason`. (The built host is tested with the real ones.)
+class NoUrlHandlers final : public UrlOpener {
+ public:
+  bool canOpen(const std::string&) const override { return false; }
+  std::optional<std::string> open(const std::string&) override { return "no handlers in this test"; }
+};
+
+class FailingSecretStore final : public SecretStore {
+ public:
+  void store(const std::string&, const std::string&, Completion<Done> done) override { done(Failure{reason}); }
+  void lookup(const std::string&, Completion<std::optional<std::string>> done) override { done(Failure{reason}); }
+  void remove(const std::string&, Completion<Done> done) override { done(Failure{reason}); }
+  void list(Completion<Entries> done) override { done(Failure{reason}); }
+  void removeAll(Completion<Done> done) override { done(Failure{reason}); }
+
+  std::string reason = "no keyring in this test";
+};
+
+class FakeEngine final : public ViewEngine {
+ public:
+  explicit FakeEngine(FakeMessenger& messenger) : messenger_(messenger) {}
+  BinaryMessenger& binaryMessenger() override { return messenger_; }
+
+ private:
+  FakeMessenger& messenger_;
+};
+
+struct FakeShell {
+  static constexpr const char* kExecutable = "/opt/quillon/quillon-host";
+
+  FakeShell() { bundle.executable = kExecutable; }
+  FakeShell(const FakeShell&) = delete;
+  FakeShell& operator=(const FakeShell&) = delete;
+
+  // What a main window is built from; it counts the process managers made.
+  MainFlutterWindow::Setup setup(std::span<const PluginEntry> plugins = generatedPlugins()) {
+    return {std::make_unique<FakeEngine>(messenger),
+            [this] { return ++processManagersMade, nullptr; },
+            [this](std::function<ProcessManager&()> processManager) {
+              return CommandServices{std::move(processManager), desktop.services, identity.services, environment};
+            },
+            PluginServices{urls, secrets},
+            plugins};
+  }
+
+  FakeMessenger messenger;
+  int processManagersMade = 0;
+  testing::FakeBundle bundle;
+  testing::FakeFiles files;
+  testing::CapturingDiagnostics diagnostics;
+  BundleEnvironment environment{bundle, files, diagnostics};
+  testing::FakeDesktop desktop;
+  testing::FakeIdentityPlatform identity;
+  NoUrlHandlers urls;
+  FailingSecretStore secrets;
+};
+
+using Sent = std::vector<std::pair<std::string, std::vector<std::uint8_t>>>;
+
+// `count` close requests: null arguments, on the close channel, wanting no reply.
+Sent closeRequests(std::size_t count) {
+  return Sent(count, {kAppCloseChannel, StandardCodec::encodeMethodCall({"onAppCloseRequested", {}})});
+}
+
+// A launched application whose main window has woken on a fake engine.
+class CloseHandshakeTest : public ::testing::Test {
+ protected:
+  CloseHandshakeTest() {
+    window_.awakeFromNib();
+    application_.setMainFlutterWindow(&window_);
+    application_.finishLaunching();
+  }
+
+  ChannelReply interfaceCalls(const std::string& method, ChannelValue arguments = {}) {
+    return shell_.messenger.deliver(kAppCloseChannel, MethodCall{method, std::move(arguments)});
+  }
+
+  FakeShell shell_;
+  FakeMainLoop loop_;
+  AppDelegate delegate_;
+  Application application_{delegate_, loop_};
+  MainFlutterWindow window_{nullptr, shell_.setup()};
+};
+
+// No count and no time-out: each request, the last window's closing among
+// them, is offered once and refused.
+TEST_F(CloseHandshakeTest, EachTerminationRequestWhileGuardedOffersTheQuitAndIsRefused) {
+  application_.terminate();
+  EXPECT_EQ(shell_.messenger.sent, closeRequests(1));
+  application_.lastWindowClosed();
+  application_.terminate();
+  EXPECT_EQ(shell_.messenger.sent, closeRequests(3));
+  EXPECT_TRUE(loop_.quits.empty());
+  EXPECT_FALSE(delegate_.shouldTerminate());
+}
+
+// forceQuitApp (arguments ignored) releases for good: it ends the loop with
+// 0, harmlessly again when sent twice, and a later request is granted unasked.
+TEST_F(CloseHandshakeTest, ForceQuitReleasesForGood) {
+  EXPECT_EQ(interfaceCalls("forceQuitApp", ChannelValue("ignored")), ChannelReply::success());
+  EXPECT_TRUE(delegate_.shouldTerminate());
+  EXPECT_EQ(loop_.quits, std::vector<int>{0});
+  EXPECT_EQ(interfaceCalls("forceQuitApp"), ChannelReply::success());
+  application_.terminate();
+  EXPECT_EQ(loop_.quits, (std::vector<int>{0, 0, 0}));
+  EXPECT_TRUE(shell_.messenger.sent.empty());
+}
+
+TEST_F(CloseHandshakeTest, OtherNamesAnswerNotImplementedAndChangeNothing) {
+  for (const char* method : {"ForceQuitApp", "forcequitapp", "forceQuitApp ", " forceQuitApp", "forceQuit",
+                             "onAppCloseRequested", "terminate", ""}) {
+    EXPECT_EQ(interfaceCalls(method), ChannelReply::notImplemented()) << '"' << method << '"';
+  }
+  EXPECT_TRUE(loop_.quits.empty());
+  application_.terminate();
+  EXPECT_EQ(shell_.messenger.sent, closeRequests(1));
+}
+
+// Without a main window, or before it has its view, there is no engine: no
+// close channel, nothing sent, every request refused.
+TEST(AppDelegateTest, WithoutAnEngineRequestsAreRefusedSilently) {
+  FakeShell shell;
+  MainFlutterWindow unwoken{nullptr, shell.setup()};
+  for (MainFlutterWindow* window : {static_cast<MainFlutterWindow*>(nullptr), &unwoken}) {
+    FakeMainLoop loop;
+    AppDelegate delegate;
+    Application application(delegate, loop);
+    application.setMainFlutterWindow(window);
+    application.finishLaunching();
+    EXPECT_EQ(delegate.applicationShouldTerminate(application), TerminateReply::cancel);
+    application.terminate();
+    EXPECT_TRUE(loop.quits.empty());
+  }
+  EXPECT_TRUE(shell.messenger.handlers.empty());
+  EXPECT_TRUE(shell.messenger.sent.empty());
+}
+
+// What each plug-in found in place when it was registered. A plug-in entry is
+// a plain function, so it reaches the shell through a global.
+struct Registration {
+  int plugin;
+  bool commandChannelServed;
+  int processManagersMade;
+  friend bool operator==(const Registration&, const Registration&) = default;
+};
+const FakeShell* observedShell = nullptr;
+std::vector<Registration> registrations;
+
+template <int plugin>
+void recordRegistration(const PluginRegistrar&) {
+  registrations.push_back({plugin, observedShell->messenger.hasHandler(kNativeCommandChannel),
+                           observedShell->processManagersMade});
+}
+
+TEST(MainWindowSetupTest, TheCommandChannelAndTheProcessManagerComeBeforeThePluginsWhichComeInOrderOnce) {
+  static constexpr std::array kRecording{PluginEntry{"first", &recordRegistration<1>},
+                                         PluginEntry{"second", &recordRegistration<2>},
+                                         PluginEntry{"third", &recordRegistration<3>}};
+  FakeShell shell;
+  observedShell = &shell;
+  auto window = std::make_unique<MainFlutterWindow>(nullptr, shell.setup(kRecording));
+  window->awakeFromNib();
+  EXPECT_EQ(registrations, (std::vector<Registration>{{1, true, 1}, {2, true, 1}, {3, true, 1}}));
+  EXPECT_EQ(window->contentViewController()->registeredPlugins(),
+            (std::vector<std::string>{"first", "second", "third"}));
+  EXPECT_EQ(shell.processManagersMade, 1);
+  // The catalogue's dispatcher serves the channel, for as long as the window lives.
+  EXPECT_EQ(shell.messenger.deliver(kNativeCommandChannel, {"assembly::getExecutingAssemblyPath", {}}),
+            ChannelReply::success(FakeShell::kExecutable));
+  window.reset();
+  EXPECT_FALSE(shell.messenger.hasHandler(kNativeCommandChannel));
+}
+
+// A reason that is not UTF-8 (a file name, say) could not travel: it is repaired.
+TEST(SecureStoragePluginTest, AFailingKeyringsReasonIsAnsweredRepaired) {
+  FakeShell shell;
+  shell.secrets.reason = "No such file: /home/caf\xE9";
+  MainFlutterWindow window(nullptr, shell.setup());
+  window.awakeFromNib();
+  ChannelMap arguments;
+  arguments.set("key", "a");
+  arguments.set("value", "1");
+  for (const char* method : {"write", "read", "containsKey", "delete", "readAll", "deleteAll"}) {
+    EXPECT_EQ(shell.messenger.deliver(FlutterSecureStoragePlugin::kChannel, {method, arguments}),
+              ChannelReply::error("SECRET_STORE_ERROR", "No such file: /home/caf\uFFFD"))
+        << method;
+  }
+}
+
+// A second launch handed over on the instance channel, with the main window
+// absent, hidden and shown.
+enum class Window { none, hidden, shown };
+
+struct RunningHost {
+  explicit RunningHost(Window state) {
+    native->visible = state == Window::shown;
+    if (state != Window::none) window.emplace(std::make_unique<FakeNativeWindow>(native), shell.setup());
+    application.setMainFlutterWindow(window ? &*window : nullptr);
+  }
+
+  ChannelReply launch(const std::string& method, ChannelValue arguments) {
+    return shell.messenger.deliver(InstanceChannel::kName, MethodCall{method, std::move(arguments)});
+  }
+
+  FakeShell shell;
+  FakeMainLoop loop;
+  AppDelegate delegate;
+  Application application{delegate, loop};
+  std::shared_ptr<FakeNativeWindow::State> native = std::make_shared<FakeNativeWindow::State>();
+  std::optional<MainFlutterWindow> window;
+  std::optional<InstanceChannel> channel{std::in_place, shell.messenger, application};
+};
+
+ChannelValue startupId(ChannelValue id) {
+  ChannelMap arguments;
+  arguments.set("startupId", std::move(id));
+  return arguments;
+}
+
+// Only a shown window comes forward; a hidden one's launch notification is ended.
+TEST(InstanceChannelTest, ActivateBringsOnlyAShownWindowForwardAndEndsAHiddenOnesLaunch) {
+  for (const Window state : {Window::none, Window::hidden, Window::shown}) {
+    SCOPED_TRACE(static_cast<int>(state));
+    RunningHost host(state);
+    const bool shown = state == Window::shown;
+    EXPECT_EQ(host.launch("activate", startupId("launch-1_TIME42")), ChannelReply::success(shown));
+    EXPECT_EQ(host.launch("activate", ChannelValue()), ChannelReply::success(shown));
+    const std::vector<std::string> bothLaunches{"launch-1_TIME42", ""};
+    EXPECT_EQ(host.native->broughtForward, shown ? bothLaunches : std::vector<std::string>{});
+    EXPECT_EQ(host.native->notificationsEnded, state == Window::hidden ? bothLaunches : std::vector<std::string>{});
+    EXPECT_EQ(host.native->visible, shown);
+    EXPECT_TRUE(host.loop.quits.empty());
+  }
+}
+
+TEST(InstanceChannelTest, WrongArgumentsAndOtherNamesChangeNothing) {
+  for (const Window state : {Window::none, Window::hidden, Window::shown}) {
+    RunningHost host(state);
+    for (const ChannelValue& arguments :
+         {ChannelValue("launch-1"), startupId(7), startupId(ChannelValue()), ChannelValue(ChannelMap())}) {
+      EXPECT_EQ(host.launch("activate", arguments), ChannelReply::error("INVALID_ARGUMENT", "Expected startupId"))
+          << describe(arguments);
+    }
+    EXPECT_TRUE(host.launch("Activate", ChannelValue()).isNotImplemented());
+    EXPECT_TRUE(host.launch("showWindow", ChannelValue()).isNotImplemented());
+    EXPECT_TRUE(host.native->broughtForward.empty() && host.native->notificationsEnded.empty());
+    // The handler goes with the channel.
+    host.channel.reset();
+    EXPECT_FALSE(host.shell.messenger.hasHandler(InstanceChannel::kName));
+  }
+}
+
+}  // namespace
+}  // namespace quillon
