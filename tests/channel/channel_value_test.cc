@@ -5,6 +5,8 @@
 #include <string>
 #include <type_traits>
 
+#include "channel/channel_value_hash.h"
+
 namespace quillon {
 namespace {
 
@@ -20,6 +22,25 @@ TEST(ChannelValueTest, CharactersAreText) {
   EXPECT_EQ(ChannelValue(literal), ChannelValue(std::string("pid")));
   EXPECT_EQ(ChannelValue("pid"), ChannelValue(std::string("pid")));
   EXPECT_EQ(ChannelValue(nullptr), ChannelValue());
+}
+
+// Values that compare equal must hash alike, or a repeated map key slips by.
+TEST(ChannelValueHashTest, EqualValuesHashAlike) {
+  ChannelMap positive;
+  positive.set("k", 0.0);
+  ChannelMap negative;
+  negative.set("k", -0.0);
+  const std::vector<std::pair<ChannelValue, ChannelValue>> pairs = {
+      {0.0, -0.0},
+      {std::vector<double>{0.0, 1.5}, std::vector<double>{-0.0, 1.5}},
+      {std::vector<float>{-0.0f}, std::vector<float>{0.0f}},
+      {ChannelList{"a", -0.0}, ChannelList{"a", 0.0}},
+      {positive, negative},
+  };
+  for (const auto& [a, b] : pairs) {
+    ASSERT_EQ(a, b) << describe(a);
+    EXPECT_EQ(hashValue(a), hashValue(b)) << describe(a);
+  }
 }
 
 }  // namespace

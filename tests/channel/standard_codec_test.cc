@@ -189,13 +189,11 @@ TEST(StandardCodecTest, CallsAndRepliesByteForByte) {
 TEST(StandardCodecTest, MalformedMessagesAreRefusedWithTheirReason) {
   enum Decoder { kValue, kCall, kReply };
   const std::tuple<Decoder, Bytes, const char*> cases[] = {
-      {kValue, {}, "truncated value at byte 0"},
-      {kValue, {3, 1, 2}, "truncated value at byte 1"},
+      {kValue, {}, "truncated value at byte 0"}, {kValue, {3, 1, 2}, "truncated value at byte 1"},
       {kValue, {4, 1, 2, 3, 4}, "truncated value at byte 1"},
       {kValue, {6, 0, 0}, "truncated value at byte 1"},  // in the double's padding
       {kValue, {6, 0, 0, 0, 0, 0, 0, 0, 1}, "truncated value at byte 8"},
-      {kValue, {7, 254, 1}, "truncated value at byte 2"},
-      {kValue, {7, 255, 1, 0, 0}, "truncated value at byte 2"},
+      {kValue, {7, 254, 1}, "truncated value at byte 2"}, {kValue, {7, 255, 1, 0, 0}, "truncated value at byte 2"},
       {kValue, {12, 2, 0}, "size 2 beyond the 1 bytes left at byte 1"},
       {kValue, {13, 1, 0, 3, 1}, "truncated value at byte 4"},
       {kValue, {10, 1, 0, 0}, "truncated value at byte 2"},  // in a typed list's padding
@@ -215,15 +213,12 @@ TEST(StandardCodecTest, MalformedMessagesAreRefusedWithTheirReason) {
       {kValue, {7, 4, 0xf4, 0x90, 0x80, 0x80}, "invalid UTF-8 in string at byte 2"},  // beyond Unicode
       {kValue, {7, 3, 'a', 0, 0xe2}, "invalid UTF-8 in string at byte 2"},  // cut sequence after a NUL
       {kValue, {13, 1, 7, 1, 0xff, 0}, "invalid UTF-8 in string at byte 4"},  // in a map key
-      {kCall, {}, "truncated value at byte 0"},
-      {kCall, {3, 1, 0, 0, 0, 0}, "method name is not a string at byte 0"},
-      {kCall, {0, 0}, "method name is not a string at byte 0"},
-      {kCall, {7, 1, 'm'}, "truncated value at byte 3"},
+      {kCall, {}, "truncated value at byte 0"}, {kCall, {3, 1, 0, 0, 0, 0}, "method name is not a string at byte 0"},
+      {kCall, {0, 0}, "method name is not a string at byte 0"}, {kCall, {7, 1, 'm'}, "truncated value at byte 3"},
       {kCall, {7, 1, 'm', 0, 0}, "1 trailing bytes after the message at byte 4"},
       {kCall, {7, 1, 0x80, 0}, "invalid UTF-8 in string at byte 2"},
       {kCall, {7, 1, 'm', 12, 9}, "size 9 beyond the 0 bytes left at byte 4"},
-      {kReply, {2, 0}, "unknown envelope kind 2 at byte 0"},
-      {kReply, {0}, "truncated value at byte 1"},
+      {kReply, {2, 0}, "unknown envelope kind 2 at byte 0"}, {kReply, {0}, "truncated value at byte 1"},
       {kReply, {0, 0, 0}, "1 trailing bytes after the message at byte 2"},
       {kReply, {1, 0, 0, 0}, "error code is not a string at byte 1"},
       {kReply, {1, 7, 1, 'E', 1, 0}, "error message is neither a string nor null at byte 4"},

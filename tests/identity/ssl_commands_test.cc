@@ -1,10 +1,12 @@
 // The "ssl::" catalogue over fakes: argument checks, and each name reaches its
-// operation. What the operations do is ssl_functions_test's.
+// operation (what the operations do is ssl_functions_test's); and the reading
+// of the dates it takes.
 #include "commands/ssl_commands.h"
 
 #include <gtest/gtest.h>
 
 #include "commands/command_dispatcher.h"
+#include "commands/internet_date_time.h"
 #include "tests/identity/fake_identity_platform.h"
 #include "tests/support/reply_recorder.h"
 
@@ -44,7 +46,7 @@ TEST_F(SslCommandsTest, ChecksAgainstTheParsedInstantOrRefuses) {
   EXPECT_EQ(check("2030-01-01T00:00:00Z"), ChannelReply::success(false));
   EXPECT_EQ(check("2030-01-01T01:00:00+02:00"), ChannelReply::success(true));
   EXPECT_EQ(platform.keychain.searches.size(), 3U);
-  // internet_date_time_test holds the dates refused; one is enough to show the refusal here.
+  // InternetDateTimeTest holds the dates refused; one is enough to show the refusal here.
   const ChannelReply refused = ChannelReply::error("INVALID_ARGUMENT", "Expected subject and expirationDate");
   for (const ChannelValue& date : {ChannelValue("2025-03-31"), ChannelValue(std::int64_t{1'893'456'000}), ChannelValue()}) {
     EXPECT_EQ(check(date), refused);
@@ -75,6 +77,28 @@ TEST_F(SslCommandsTest, IdentityCommandsIgnoreTheirArguments) {
   for (const ChannelValue& arguments : {ChannelValue(), ChannelValue("x"), argumentMap({{"a", 1}})}) {
     EXPECT_EQ(call("ssl::getMacAddress", arguments), ChannelReply::success("02:fc:00:00:00:01"));
     EXPECT_EQ(call("ssl::getPlatformUUID", arguments), ChannelReply::success("3D1219C7-C4C5-404A-A1F6-D2A48ADFDA4F"));
+  }
+}
+
+TEST(InternetDateTimeTest, AcceptsOnlyTheInternetForm) {
+  const std::pair<const char*, std::int64_t> accepted[] = {
+      {"2030-01-01T00:00:00Z", 1'893'456'000},      {"2025-03-31T23:59:59Z", 1'743'465'599},
+      {"2025-03-31T23:59:59+02:00", 1'743'458'399}, {"2025-03-31T23:59:59-05:30", 1'743'485'399},
+      {"2024-02-29T12:00:00Z", 1'709'208'000},      {"1970-01-01T00:00:00+00:00", 0},
+      // Four-digit years at both ends, far past what nanoseconds hold.
+      {"9999-12-31T23:59:59Z", 253'402'300'799},    {"0001-01-01T00:00:00Z", -62'135'596'800},
+  };
+  for (const auto& [text, epochSeconds] : accepted) {
+    EXPECT_EQ(parseInternetDateTime(text), Instant(std::chrono::seconds(epochSeconds))) << text;
+  }
+  for (const char* text :
+       {"2025-03-31", "2025-03-31T23:59:59", "2025-03-31T23:59:59.000Z", "2025-03-31T23:59Z", "2025-03-31 23:59:59Z",
+        "2025-03-31t23:59:59Z", "2025-03-31T23:59:59z", "2025-03-31T23:59:59+0200", "2025-03-31T23:59:59+02",
+        "2025-03-31T23:59:59+24:00", "2025-13-01T00:00:00Z", "2025-04-31T00:00:00Z", "2025-02-29T00:00:00Z",
+        "2025-00-10T00:00:00Z", "2025-01-00T00:00:00Z", "2025-03-31T24:00:00Z", "2025-03-31T23:60:00Z",
+        "2025-03-31T23:59:60Z", "20250331T235959Z", " 2025-03-31T23:59:59Z", "2025-03-31T23:59:59Z ",
+        "+2025-03-31T23:59:59Z", "2025-3-31T23:59:59Z", ""}) {
+    EXPECT_EQ(parseInternetDateTime(text), std::nullopt) << text;
   }
 }
 

@@ -1,7 +1,11 @@
+// SSLFunctions over fakes, and the two readings it makes: the certificate's
+// base64 text and the end date that openssl prints.
 #include "identity/ssl_functions.h"
 
 #include <gtest/gtest.h>
 
+#include "identity/base64.h"
+#include "identity/end_date_text.h"
 #include "tests/identity/fake_identity_platform.h"
 
 namespace quillon {
@@ -125,6 +129,44 @@ TEST(PlatformUuidTest, AnswersThePlatformValueOrEmptyWithoutALine) {
     EXPECT_EQ(SSLFunctions::getPlatformUUID(platform.services), answer);
   }
   EXPECT_TRUE(platform.diagnostics.lines.empty());
+}
+
+using Bytes = std::vector<std::uint8_t>;
+
+TEST(Base64Test, DecodesByTheStoreRules) {
+  const Bytes man{'M', 'a', 'n'};
+  const Bytes ma{'M', 'a'};
+  const Bytes m{'M'};
+  const std::pair<const char*, std::optional<Bytes>> cases[] = {
+      {"", Bytes{}}, {"TWFu", man}, {"TWE=", ma}, {"TQ==", m}, {"TWFuTWFu", Bytes{'M', 'a', 'n', 'M', 'a', 'n'}},
+      // Stray characters are skipped: line breaks, blanks, "-", "_", anything else.
+      {"TW\nFu", man}, {" T W F u ", man}, {"TW\r\nE=\n", ma}, {"T-W_F*u", man}, {"TQ=\n=", m},
+      {"\xc3\xa9TWFu", man}, {"/+8=", Bytes{0xff, 0xef}},
+      // Unpadded text, a lone character, too much padding, padding in the middle.
+      {"TWE", std::nullopt}, {"TQ", std::nullopt}, {"T", std::nullopt}, {"T===", std::nullopt},
+      {"TQ===", std::nullopt}, {"====", std::nullopt}, {"TQ==TWFu", std::nullopt}, {"TWE=u", std::nullopt},
+      {"TWFu=", std::nullopt},
+      // URL-safe letters are not the alphabet: skipping them leaves a broken length.
+      {"_-8=", std::nullopt},
+  };
+  for (const auto& [text, bytes] : cases) EXPECT_EQ(decodeBase64SkippingUnknown(text), bytes) << text;
+}
+
+TEST(EndDateTextTest, TakesTheTrimmedLastPiece) {
+  const std::pair<std::string, std::optional<std::string>> cases[] = {
+      {"notAfter=Jan  2 00:00:00 2030 GMT\n", "Jan  2 00:00:00 2030 GMT"},
+      {"a=b=c=Mar 31 23:59:59 2031 GMT", "Mar 31 23:59:59 2031 GMT"},
+      {"notAfter=Jan 2 00:00:00 2030 GMT==", "Jan 2 00:00:00 2030 GMT"},
+      {"==x", "x"}, {"no sign at all \r\n", "no sign at all"}, {"=  \t date \t\n ", "\t date \t"},
+      // U+0085, U+2028 and U+00A0 are trimmed; they are all white space or line breaks.
+      {"=\xc2\x85\xe2\x80\xa8\xc2\xa0" "date\xc2\xa0", "date"},
+      {"= \n", ""}, {"", std::nullopt}, {"===", std::nullopt},
+      {"notAfter=\xff\xfe", std::nullopt}, {"\xc3(=date", std::nullopt},
+  };
+  for (const auto& [output, text] : cases) {
+    EXPECT_EQ(endDateText(std::vector<std::uint8_t>(output.begin(), output.end())), text)
+        << ::testing::PrintToString(output);
+  }
 }
 
 }  // namespace

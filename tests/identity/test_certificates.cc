@@ -36,21 +36,6 @@ distinguished_name = name
 
 }  // namespace
 
-ScratchDirectory::ScratchDirectory() {
-  g_autoptr(GError) error = nullptr;
-  g_autofree gchar* made = g_dir_make_tmp("quillon-identity-XXXXXX", &error);
-  if (!made) {
-    ADD_FAILURE() << error->message;
-    return;
-  }
-  path_ = made;
-}
-
-ScratchDirectory::~ScratchDirectory() {
-  std::error_code ignored;
-  if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-}
-
 std::vector<std::uint8_t> makeCertificate(const std::string& subject, const std::string& endDate) {
   const ScratchDirectory scratch;
   const std::filesystem::path directory = scratch.path();

@@ -1,9 +1,14 @@
-// Real certificates for the integration tests, made with the openssl tool in a
-// directory of their own.
+// Real certificates for the tests, made with the openssl tool in a directory
+// of their own; and such directories.
 #pragma once
 
+#include <stdlib.h>
+
+#include <cerrno>
 #include <cstdint>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace quillon::testing {
@@ -14,13 +19,18 @@ std::vector<std::uint8_t> makeCertificate(const std::string& subject, const std:
 
 std::string base64Of(const std::vector<std::uint8_t>& bytes);
 
-// A directory that is removed with everything in it when the object goes.
+// A new directory, removed with everything in it when the object goes.
 class ScratchDirectory {
  public:
-  ScratchDirectory();
+  ScratchDirectory() : path_((std::filesystem::temp_directory_path() / "quillon-identity-XXXXXX").string()) {
+    if (::mkdtemp(path_.data()) == nullptr) throw std::system_error(errno, std::generic_category(), path_);
+  }
   ScratchDirectory(const ScratchDirectory&) = delete;
   ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-  ~ScratchDirectory();
+  ~ScratchDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
 
   const std::string& path() const { return path_; }
 

@@ -10,10 +10,16 @@
 namespace quillon {
 namespace {
 
-// Without a display: no window list, so the title lookup says so.
+// Without a display: no window list, so the title lookup says so. With every
+// procps setting that would change what ps prints in the host's environment,
+// which ps inherits: none may change an answer.
 class ProcessEndToEndTest : public testing::CatalogueEndToEndTest {
  protected:
-  ProcessEndToEndTest() : CatalogueEndToEndTest({.headless = true}) {}
+  ProcessEndToEndTest()
+      : CatalogueEndToEndTest({.headless = true,
+                               .environment = {{"PS_FORMAT", "pid="}, {"PS_PERSONALITY", "bsd"}, {"CMD_ENV", "bsd"},
+                                               {"I_WANT_A_BROKEN_PS", "1"}, {"LIBPROC_HIDE_KERNEL", "1"},
+                                               {"COLUMNS", "20"}, {"LINES", "1"}, {"LC_ALL", "C"}}}) {}
 
   ChannelReply call(const std::string& method, std::int64_t processId) {
     return CatalogueEndToEndTest::call(method, testing::argumentMap({{"processId", processId}}));
@@ -33,7 +39,9 @@ class ProcessEndToEndTest : public testing::CatalogueEndToEndTest {
 };
 
 TEST_F(ProcessEndToEndTest, EachCommandAnswersAboutRealProcesses) {
-  testing::SleepingChild child("quillon e2e sleeper", {"1000"});
+  // Not ASCII, longer than the kernel's 15 bytes of command name, and blanks in the arguments.
+  const std::string name = "sl\u00EBeper quillon child";
+  testing::SleepingChild child(name, {"1000", " 1"});
   const std::int64_t id = child.pid();
   const auto table = integers(call("process::getProcessIdList"));
   const ChannelReply hostId = call("process::getCurrentProcessId");
@@ -41,18 +49,20 @@ TEST_F(ProcessEndToEndTest, EachCommandAnswersAboutRealProcesses) {
   for (const std::int64_t listed : {id, std::int64_t{std::get<std::int32_t>(hostId.value().variant())}}) {
     EXPECT_NE(std::find(table.begin(), table.end(), listed), table.end()) << listed;
   }
-  EXPECT_EQ(integers(call("process::getProcessesByName", testing::argumentMap({{"name", "quillon e2e sleeper"}}))),
+  EXPECT_EQ(integers(call("process::getProcessesByName", testing::argumentMap({{"name", name}}))),
             std::vector<std::int64_t>{id});
   EXPECT_EQ(call("process::isAlive", id), ChannelReply::success(true));
   EXPECT_EQ(call("process::getMainWindowHandle", id), ChannelReply::success(std::to_string(id)));
   EXPECT_EQ(call("process::getMainWindowTitle", id), ChannelReply::error("UNAVAILABLE", "Main window title not found"));
-  EXPECT_EQ(call("process::getProcessName", id), ChannelReply::success("quillon e2e sle"));
-  EXPECT_EQ(call("process::getProcessFileName", id), ChannelReply::success(child.path() + " 1000"));
-  EXPECT_EQ(call("process::getProcessLaunchArguments", id), ChannelReply::success(child.path() + " 1000"));
+  EXPECT_EQ(call("process::getProcessName", id), ChannelReply::success("sl\u00EBeper quillo"));
+  EXPECT_EQ(call("process::getProcessFileName", id), ChannelReply::success(child.path() + " 1000  1"));
+  EXPECT_EQ(call("process::getProcessLaunchArguments", id), ChannelReply::success(child.path() + " 1000  1"));
   EXPECT_EQ(call("process::getProcessWorkingDirectory", 1), ChannelReply::success("Unknown"));
   EXPECT_EQ(call("process::killProcess", id), ChannelReply::success(true));
   EXPECT_EQ(child.reap(), 128 + SIGKILL);
+  EXPECT_EQ(call("process::isAlive", id), ChannelReply::success(false));
   EXPECT_EQ(call("process::closeWindow", id), ChannelReply::success(false));
+  EXPECT_EQ(call("process::getProcessName", id), ChannelReply::success(""));
 
   EXPECT_EQ(host_.stop(), 0);
   EXPECT_EQ(host_.output(), "Error: Could not retrieve window list from Core Graphics.\n");

@@ -1,11 +1,17 @@
+// ProcessManager over fakes, and the readings of text it makes: ps's lists of
+// ids, and names compared up to canonical equivalence.
 #include "process/process_manager.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
 
 #include <cstdint>
+#include <limits>
+#include <tuple>
 
 #include "process/main_window_script.h"
+#include "process/process_id_list.h"
+#include "process/unicode_text.h"
 #include "tests/process/fake_process_platform.h"
 #include "tests/support/reply_recorder.h"
 
@@ -122,7 +128,7 @@ TEST_F(ProcessManagerTest, FieldsAreWhatPsPrintsForTheirKeywordTrimmedOrUnknown)
   }
 }
 
-// Whole names up to canonical equivalence (unicode_text_test holds the cases of
+// Whole names up to canonical equivalence (UnicodeTextTest holds the cases of
 // the comparison itself), in the order of the list.
 TEST_F(ProcessManagerTest, ProcessesByNameMatchesWholeNames) {
   platform.applications.applications = {
@@ -185,6 +191,90 @@ TEST_F(ProcessManagerTest, MainWindowTitleIsTheFirstNamedWindowOfTheProcess) {
     platform.diagnostics.lines.clear();
     EXPECT_EQ(answer(&ProcessManager::getMainWindowTitle, std::int64_t{7}), reply);
     EXPECT_EQ(platform.diagnostics.lines, printed);
+  }
+}
+
+TEST(ProcessIdListTest, ParsesStrictDecimals) {
+  constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
+  constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
+  const std::pair<std::string_view, std::optional<std::int64_t>> cases[] = {
+      {"0", 0}, {"97", 97}, {"+42", 42}, {"-7", -7}, {"007", 7},
+      {"9223372036854775807", kMax}, {"-9223372036854775808", kMin},
+      {"9223372036854775808", std::nullopt}, {"-9223372036854775809", std::nullopt},
+      {"18446744073709551616", std::nullopt}, {"", std::nullopt}, {"+", std::nullopt}, {"-", std::nullopt},
+      {"+-5", std::nullopt}, {"--5", std::nullopt}, {"1 2", std::nullopt}, {"12a", std::nullopt},
+      {"0x1F", std::nullopt}, {" 12", std::nullopt}, {"PID", std::nullopt},
+      {"\xD9\xA3", std::nullopt},  // ARABIC-INDIC DIGIT THREE is not an ASCII digit
+  };
+  for (const auto& [text, value] : cases) EXPECT_EQ(parseDecimal(text), value) << text;
+}
+
+TEST(ProcessIdListTest, KeepsEveryNumberLineInOrder) {
+  const std::pair<std::string_view, std::vector<std::int64_t>> cases[] = {
+      {"    PID\n      1\n     97\n", {1, 97}},
+      {"+42\n-7\n", {42, -7}},
+      {"+\n1 2\n12a\n0x1F\n5\n", {5}},               // malformed lines dropped
+      {"3\n99999999999999999999\n4\n", {3, 4}},     // overflow dropped, neighbours kept
+      {"\t 12 \t\n", {12}},
+      {"\n\n   \n\t\n8\n\n", {8}},
+      {"5\n6\n5\n", {5, 6, 5}},                     // duplicates stay in place
+      {"PID\n10", {10}},                            // no final line feed
+      {"10\r\n11\n", {11}},                         // carriage return is not trimmed
+      {"", {}},
+      {"  PID\n", {}},
+  };
+  for (const auto& [output, ids] : cases) EXPECT_EQ(parseProcessIdList(output), ids) << output;
+}
+
+TEST(UnicodeTextTest, DecodesOnlyWellFormedUtf8) {
+  const std::pair<std::string_view, bool> cases[] = {
+      {"", true}, {"sleep\n", true}, {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", true}, {std::string_view("a\0b", 3), true},
+      {"\x80", false},              // lone continuation byte
+      {"\xC0\xAF", false},          // overlong slash
+      {"\xED\xA0\x80", false},      // encoded surrogate
+      {"abc\xE2\x82", false},       // truncated at the end
+      {"\xFF", false}, {"\xF4\x90\x80\x80", false},  // beyond U+10FFFF
+  };
+  for (const auto& [input, valid] : cases) {
+    const auto decoded = decodeUtf8(std::vector<std::uint8_t>(input.begin(), input.end()));
+    EXPECT_EQ(decoded, valid ? std::optional<std::string>(input) : std::nullopt) << ::testing::PrintToString(input);
+  }
+}
+
+// Input, then the text with blanks trimmed, then with blanks and line breaks trimmed.
+TEST(UnicodeTextTest, TrimsBlanksAndOptionallyLineBreaks) {
+  const std::tuple<std::string_view, std::string_view, std::string_view> cases[] = {
+      {"12", "12", "12"},
+      {"\t 12 \t", "12", "12"},
+      {" a  b ", "a  b", "a  b"},
+      {" \t ", "", ""},
+      {"\xC2\xA0" "12\xE3\x80\x80", "12", "12"},  // no-break and ideographic spaces are Zs
+      {"12\n", "12\n", "12"},
+      {"\r\v\f12\r\n", "\r\v\f12\r\n", "12"},
+      {"\xC2\x85" "x", "\xC2\x85" "x", "x"},  // next line U+0085
+      {"\xE2\x80\xA8x\xE2\x80\xA9", "\xE2\x80\xA8x\xE2\x80\xA9", "x"},  // line and paragraph separators
+      {"\xE2\x80\x8Bx", "\xE2\x80\x8Bx", "\xE2\x80\x8Bx"},                // zero-width space is no white space
+      {" \xC3\xA9t\xC3\xA9 ", "\xC3\xA9t\xC3\xA9", "\xC3\xA9t\xC3\xA9"},
+  };
+  for (const auto& [input, blanksTrimmed, allTrimmed] : cases) {
+    EXPECT_EQ(trimBlanks(input), blanksTrimmed);
+    EXPECT_EQ(trimBlanksAndLineBreaks(input), allTrimmed);
+  }
+}
+
+TEST(UnicodeTextTest, ComparesUpToCanonicalEquivalence) {
+  const std::tuple<std::string_view, std::string_view, bool> cases[] = {
+      {"Finder", "Finder", true},
+      {"Caf\xC3\xA9", "Cafe\xCC\x81", true},             // precomposed against decomposed
+      {"\xE2\x84\xAB", "\xC3\x85", true},                  // angstrom sign against A with ring
+      {"a\xCC\xA3\xCC\x87", "a\xCC\x87\xCC\xA3", true},  // combining marks in either order
+      {"finder", "Finder", false}, {"Finder ", "Finder", false}, {"Find", "Finder", false},
+      {"\xEF\xAC\x81le", "file", false},  // a compatibility ligature is not canonical
+      {"", "", true},
+  };
+  for (const auto& [a, b, equal] : cases) {
+    EXPECT_EQ(canonicallyEqual(a, b), equal) << a << " " << b;
+    EXPECT_EQ(canonicallyEqual(b, a), equal) << a << " " << b;
   }
 }
 
