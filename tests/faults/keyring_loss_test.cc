@@ -4,7 +4,6 @@
 // keyring's failure, and the host goes on serving.
 #include <gio/gio.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -14,6 +13,7 @@
 
 #include "app/plugins/flutter_secure_storage_plugin.h"
 #include "tests/app/host_conversation.h"
+#include "tests/link/link_peer.h"
 #include "tests/support/catalogue_end_to_end_test.h"
 
 namespace quillon::testing {
@@ -50,45 +50,6 @@ bool queueForTheServiceName(GDBusConnection* bus) {
   return answer != nullptr;
 }
 
-// Reply frames as they come, on a connection of the test's own.
-class RawConnection {
- public:
-  explicit RawConnection(const std::string& path) : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-    connected_ = ::connect(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-  }
-
-  bool connected() const { return connected_; }
-  bool send(std::span<const std::uint8_t> bytes) {
-    return ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
-  }
-
-  std::optional<LinkFrame> nextReply(std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    for (;;) {
-      FrameParse parse = reader_.next();
-      if (parse.status == FrameParse::Status::complete) {
-        if (parse.frame.kind == FrameKind::reply) return std::move(parse.frame);
-        continue;
-      }
-      const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-      pollfd readable{socket_.get(), POLLIN, 0};
-      if (left.count() <= 0 || ::poll(&readable, 1, static_cast<int>(left.count())) != 1) return std::nullopt;
-      std::uint8_t chunk[64 * 1024];
-      const ssize_t count = ::recv(socket_.get(), chunk, sizeof chunk, 0);
-      if (count <= 0) return std::nullopt;
-      reader_.append(std::span<const std::uint8_t>(chunk, static_cast<std::size_t>(count)));
-    }
-  }
-
- private:
-  UniqueFd socket_;
-  bool connected_ = false;
-  FrameReader reader_;
-};
-
 TEST(KeyringLossTest, CallsInFlightAreAnsweredOnceWhenTheKeyringIsKilled) {
   g_autoptr(GDBusConnection) bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
   ASSERT_TRUE(bus);
@@ -96,8 +57,12 @@ TEST(KeyringLossTest, CallsInFlightAreAnsweredOnceWhenTheKeyringIsKilled) {
   ASSERT_TRUE(daemon) << "no Secret Service on the session bus";
   ASSERT_TRUE(queueForTheServiceName(bus));
   auto host = startedHost({.headless = true});
-  RawConnection interface(host->socketPath());
-  ASSERT_TRUE(interface.connected());
+  // A connection of the test's own, which reads every reply as it comes.
+  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+  host->socketPath().copy(address.sun_path, sizeof address.sun_path - 1);
+  ASSERT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  LinkPeer interface(std::move(socket));
 
   std::vector<std::uint8_t> writes;
   for (std::uint32_t id = 1; id <= kCalls; ++id) {
@@ -106,12 +71,13 @@ TEST(KeyringLossTest, CallsInFlightAreAnsweredOnceWhenTheKeyringIsKilled) {
     const auto frame = encodeMessageFrame(id, FlutterSecureStoragePlugin::kChannel, call);
     writes.insert(writes.end(), frame.begin(), frame.end());
   }
-  ASSERT_TRUE(interface.send(writes));
+  interface.send(writes);
   ::kill(*daemon, SIGKILL);
 
   std::map<std::uint32_t, int> answers;
   std::size_t failures = 0;
-  while (auto reply = interface.nextReply(kAnswerTime)) {
+  while (auto reply = interface.receive(kAnswerTime)) {
+    if (reply->kind != FrameKind::reply) continue;
     ++answers[reply->id];
     std::string error;
     const auto decoded = StandardCodec::decodeReply(reply->payload, &error);

@@ -1,0 +1,164 @@
+// Faults that come over the interface link, against the built host: its
+// descriptor limit lowered from outside while it runs, clients that send most
+// of a large frame and stop, clients that vanish at the worst moments. The host
+// neither burns a core nor fills its standard error, keeps no descriptor and
+// no more memory than its budget for them, and serves everyone else.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "embedding/incoming_budget.h"
+#include "tests/app/host_conversation.h"
+#include "tests/faults/process_readings.h"
+
+namespace quillon::testing {
+namespace {
+
+constexpr const char* kCannotAccept = "accepting an interface connection";
+
+std::vector<std::uint8_t> callFrame(std::uint32_t id, const std::string& method) {
+  return encodeMessageFrame(id, kNativeCommandChannel, StandardCodec::encodeMethodCall(MethodCall{method, {}}));
+}
+
+// A headless host and one connection it serves throughout.
+class ConnectionFaultTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(served_);
+    expectServed(*served_);
+    ::prlimit(host_->pid(), RLIMIT_NOFILE, nullptr, &original_);
+  }
+
+  // A call that runs no tool is answered on `client`.
+  void expectServed(LinkClient& client) {
+    EXPECT_EQ(callHost(client, kNativeCommandChannel, "assembly::getExecutingAssemblyPath"),
+              ChannelReply::success(host_->executablePath()));
+  }
+
+  // A call that runs /bin/ps: [] when the tool run fails.
+  ChannelValue processIds() {
+    const ChannelReply reply = callHost(*served_, kNativeCommandChannel, "process::getProcessIdList");
+    return reply.isSuccess() ? reply.value() : ChannelValue();
+  }
+
+  bool limitDescriptors(rlim_t soft) {
+    rlimit limit = original_;
+    limit.rlim_cur = soft;
+    return ::prlimit(host_->pid(), RLIMIT_NOFILE, &limit, nullptr) == 0;
+  }
+
+  std::unique_ptr<HostProcess> host_ = startedHost({.headless = true});
+  std::unique_ptr<LinkClient> served_ = connectTo(*host_);
+  rlimit original_{};
+};
+
+TEST_F(ConnectionFaultTest, AtTheDescriptorLimitWaitingConnectionsAreClosedUnansweredWithOneLineAndNoSpinning) {
+  // One descriptor left: for one more client.
+  int lowestFree = 0;
+  for (const std::set<int> taken = openDescriptors(host_->pid()); taken.contains(lowestFree);) ++lowestFree;
+  ASSERT_TRUE(limitDescriptors(static_cast<rlim_t>(lowestFree + 1)));
+  auto last = connectTo(*host_);
+  ASSERT_TRUE(last);
+  expectServed(*last);
+
+  std::vector<std::unique_ptr<LinkClient>> waiting;
+  for (int index = 0; index < 3; ++index) waiting.push_back(connectTo(*host_));
+  EXPECT_LT(coreShare(host_->pid(), 3), 0.1);
+  for (auto& client : waiting) EXPECT_TRUE(client && client->waitForClose(kAnswerTime));
+  EXPECT_EQ(countOccurrences(host_->errorOutput(), kCannotAccept), 1u) << host_->errorOutput().substr(0, 2000);
+
+  // Served connections go on; a tool run finds no descriptor for its pipe and gives its failure value.
+  EXPECT_EQ(processIds(), ChannelValue(ChannelList{}));
+  expectServed(*last);
+
+  // A client that leaves frees a descriptor for the next one.
+  const std::size_t held = openDescriptors(host_->pid()).size();
+  last.reset();
+  ASSERT_TRUE(waitUntil([&] { return openDescriptors(host_->pid()).size() < held; }, kAnswerTime));
+  auto next = connectTo(*host_);
+  ASSERT_TRUE(next);
+  expectServed(*next);
+
+  ASSERT_TRUE(limitDescriptors(original_.rlim_cur));
+  EXPECT_NE(processIds(), ChannelValue(ChannelList{}));
+  EXPECT_EQ(host_->stop(), 0);
+}
+
+TEST_F(ConnectionFaultTest, WithoutAnyDescriptorConnectionsWaitQuietlyAndAreServedOnceThereAreSome) {
+  // Below every descriptor the host holds: not even its spare can be had again.
+  ASSERT_TRUE(limitDescriptors(3));
+  auto waiting = connectTo(*host_);
+  ASSERT_TRUE(waiting);
+  EXPECT_LT(coreShare(host_->pid(), 3), 0.1);
+  EXPECT_EQ(countOccurrences(host_->errorOutput(), kCannotAccept), 1u) << host_->errorOutput().substr(0, 2000);
+  expectServed(*served_);
+
+  // It was kept waiting, not closed: its call is answered once the host looks again.
+  ASSERT_TRUE(limitDescriptors(original_.rlim_cur));
+  expectServed(*waiting);
+  EXPECT_EQ(host_->stop(), 0);
+}
+
+TEST_F(ConnectionFaultTest, ConnectionsWhoseUnfinishedFramesWouldPassTheBudgetAreClosedAndTheRestServed) {
+  constexpr std::size_t kMiB = 1024 * 1024;
+  constexpr std::size_t kSent = 60 * kMiB;
+  constexpr std::size_t kClients = 8;
+  [[maybe_unused]] const std::size_t residentAtStart = residentBytes(host_->pid());
+  // A message of the largest size that wants no answer.
+  const std::vector<std::uint8_t> frame =
+      encodeMessageFrame(0, "quillon.test/large", std::vector<std::uint8_t>(kMaxFrameLength - 64, 0x42));
+  std::vector<std::unique_ptr<LinkClient>> clients;
+  std::size_t kept = 0;
+  for (std::size_t index = 0; index < kClients; ++index) {
+    clients.push_back(connectTo(*host_));
+    ASSERT_TRUE(clients.back());
+    std::string error;
+    if (clients.back()->sendRaw(std::span(frame).first(kSent), &error) && !clients.back()->waitForClose(200ms)) ++kept;
+  }
+  EXPECT_EQ(kept, kIncomingBudget / kSent);
+  EXPECT_TRUE(waitUntil([&] { return countOccurrences(host_->errorOutput(), "would pass 256 MiB") == kClients - kept; },
+                        kAnswerTime))
+      << host_->errorOutput();
+#ifndef __SANITIZE_ADDRESS__
+  // The kept frames' bytes, and what growing their buffers left behind. (Under
+  // AddressSanitizer freed memory stays in its quarantine, so only the plain
+  // build can tell.)
+  EXPECT_LT(residentBytes(host_->pid()), residentAtStart + kIncomingBudget + 96 * kMiB);
+#endif
+  auto newcomer = connectTo(*host_);
+  ASSERT_TRUE(newcomer);
+  expectServed(*newcomer);
+  // A kept connection finishes its frame; the call after it is answered only if the frame was taken whole.
+  std::string error;
+  ASSERT_TRUE(clients.front()->sendRaw(std::span(frame).subspan(kSent), &error)) << error;
+  expectServed(*clients.front());
+  EXPECT_EQ(host_->stop(), 0);
+}
+
+TEST_F(ConnectionFaultTest, TheHostDropsClientsThatVanishAndServesTheOthers) {
+  const std::size_t descriptors = openDescriptors(host_->pid()).size();
+  std::vector<std::uint8_t> manyCalls;
+  for (std::uint32_t id = 1; id <= 100'000; ++id) {
+    const auto frame = callFrame(id, "assembly::getExecutingAssemblyPath");
+    manyCalls.insert(manyCalls.end(), frame.begin(), frame.end());
+  }
+  const auto toolRun = callFrame(1, "process::getProcessIdList");
+  const std::map<std::string, std::span<const std::uint8_t>> lastWords{
+      {"mid-frame", std::span(toolRun).first(toolRun.size() / 2)},
+      {"before the answer to a tool run", toolRun},
+      {"with megabytes of answers unread", manyCalls},
+  };
+  for (const auto& [moment, bytes] : lastWords) {
+    SCOPED_TRACE(moment);
+    auto vanishing = connectTo(*host_);
+    ASSERT_TRUE(vanishing);
+    std::string error;
+    EXPECT_TRUE(vanishing->sendRaw(bytes, &error)) << error;
+    vanishing.reset();
+    expectServed(*served_);
+    EXPECT_TRUE(waitUntil([&] { return openDescriptors(host_->pid()).size() == descriptors; }, kAnswerTime));
+  }
+  EXPECT_EQ(host_->stop(), 0);
+}
+
+}  // namespace
+}  // namespace quillon::testing
