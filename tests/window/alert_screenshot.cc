@@ -11,51 +11,35 @@
 
 namespace {
 
-GtkWidget* mainWindowStandIn() {
-  GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-  gtk_window_set_title(GTK_WINDOW(window), "QUILLON Remote App - main window");
-  gtk_window_set_default_size(GTK_WINDOW(window), 900, 600);
-  gtk_window_move(GTK_WINDOW(window), 190, 150);
-  gtk_container_add(GTK_CONTAINER(window), gtk_label_new("Remote sessions"));
-  gtk_widget_show_all(window);
-  return window;
-}
-
-GtkWindow* shownAlert() {
-  g_autoptr(GList) toplevels = gtk_window_list_toplevels();
-  for (GList* item = toplevels; item != nullptr; item = item->next) {
-    GtkWindow* window = GTK_WINDOW(item->data);
-    if (g_strcmp0(gtk_window_get_title(window), "QUILLON Remote App") == 0 && gtk_widget_get_mapped(GTK_WIDGET(window))) {
-      return window;
-    }
-  }
-  return nullptr;
-}
-
 void markPainted(GdkFrameClock*, gpointer painted) { *static_cast<bool*>(painted) = true; }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  using namespace quillon::testing;
   if (argc != 2 || !quillon::gtkDesktopAvailable()) {
     std::fprintf(stderr, "usage: alert_screenshot OUTPUT.png (on an X display)\n");
     return 2;
   }
-  quillon::testing::LinuxDesktop desktop;
-  GtkWidget* mainWindow = mainWindowStandIn();
-  if (!quillon::testing::waitUntil([&] { return gtk_window_is_active(GTK_WINDOW(mainWindow)) != FALSE; })) return 1;
+  LinuxDesktop desktop;
+  GtkWidget* mainWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  gtk_window_set_title(GTK_WINDOW(mainWindow), "QUILLON Remote App - main window");
+  gtk_window_set_default_size(GTK_WINDOW(mainWindow), 900, 600);
+  gtk_window_move(GTK_WINDOW(mainWindow), 190, 150);
+  gtk_container_add(GTK_CONTAINER(mainWindow), gtk_label_new("Remote sessions"));
+  gtk_widget_show_all(mainWindow);
+  if (!waitUntil([&] { return gtk_window_is_active(GTK_WINDOW(mainWindow)) != FALSE; })) return 1;
 
   quillon::ApplicationWindow::showAlert(desktop.services, "Connection lost",
                                         "The remote computer closed the session. You can reconnect from the list of "
                                         "recent sessions at any time.",
                                         0);
-  GtkWindow* alert = nullptr;
-  if (!quillon::testing::waitUntil([&] { return (alert = shownAlert()) != nullptr; })) return 1;
+  if (!waitUntil([&] { return !visibleAlerts().empty(); })) return 1;
   bool painted = false;
-  GdkFrameClock* clock = gdk_window_get_frame_clock(gtk_widget_get_window(GTK_WIDGET(alert)));
+  GdkFrameClock* clock = gdk_window_get_frame_clock(gtk_widget_get_window(GTK_WIDGET(visibleAlerts()[0])));
   g_signal_connect(clock, "after-paint", G_CALLBACK(markPainted), &painted);
-  gtk_widget_queue_draw(GTK_WIDGET(alert));
-  if (!quillon::testing::waitUntil([&] { return painted; })) return 1;
+  gtk_widget_queue_draw(GTK_WIDGET(visibleAlerts()[0]));
+  if (!waitUntil([&] { return painted; })) return 1;
 
   const std::string command = std::string("import -window root ") + argv[1];
   gint status = 0;

@@ -7,15 +7,9 @@
 #include <gtest/gtest.h>
 #include <gdk/gdkx.h>
 #include <gtk/gtk.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <chrono>
-#include <cstdlib>
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -29,14 +23,27 @@
 #include "platform/linux/gtk_screens.h"
 #include "platform/linux/pango_text_measurer.h"
 #include "platform/linux/x11_window_list.h"
-
-#include <X11/Xatom.h>
 #include "tests/support/capturing_diagnostics.h"
+#include "tests/support/child_process.h"
 #include "window/window_services.h"
 
-extern char** environ;
-
 namespace quillon::testing {
+
+// The GLib queue, counting the delayed jobs (automatic closes) that have run.
+class CountingMainQueue final : public MainQueue {
+ public:
+  void post(Job job) override { queue_.post(std::move(job)); }
+  void postAfter(std::chrono::seconds delay, Job job) override {
+    queue_.postAfter(delay, [this, job = std::move(job)] {
+      job();
+      ++delayedRun;
+    });
+  }
+  int delayedRun = 0;
+
+ private:
+  GlibMainQueue queue_;
+};
 
 struct LinuxDesktop {
   X11WindowList windowList;
@@ -44,7 +51,7 @@ struct LinuxDesktop {
   GtkScreens screens;
   PangoTextMeasurer textMeasurer;
   GtkAlertWindowFactory alertWindows;
-  GlibMainQueue mainQueue;
+  CountingMainQueue mainQueue;
   CapturingDiagnostics diagnostics;
   WindowServices services{windowList, hostWindows, screens, textMeasurer, alertWindows, mainQueue, diagnostics};
 };
@@ -63,77 +70,66 @@ inline bool waitUntil(const std::function<bool()>& condition,
   return true;
 }
 
-// The output of a command line, as the desktop's tools print it.
-inline std::string toolOutput(const std::string& command) {
-  gchar* output = nullptr;
-  if (!g_spawn_command_line_sync(command.c_str(), &output, nullptr, nullptr, nullptr) || output == nullptr) return "";
-  std::string text(output);
-  g_free(output);
-  return text;
+// A property of `window` as the X server holds it: format 32 as longs (Xlib's
+// way), format 8 as chars; nothing for a window gone meanwhile.
+template <typename Item>
+std::vector<Item> property(Window window, const char* name) {
+  Display* display = gdk_x11_get_default_xdisplay();
+  Atom type = 0;
+  int format = 0;
+  unsigned long count = 0, after = 0;
+  unsigned char* data = nullptr;
+  gdk_x11_display_error_trap_push(gdk_display_get_default());
+  XGetWindowProperty(display, window, XInternAtom(display, name, False), 0, 1024, False, AnyPropertyType, &type,
+                     &format, &count, &after, &data);
+  gdk_x11_display_error_trap_pop_ignored(gdk_display_get_default());
+  if (data == nullptr) return {};
+  const auto* items = reinterpret_cast<const Item*>(data);
+  std::vector<Item> values(items, items + (format == (sizeof(Item) == 1 ? 8 : 32) ? count : 0));
+  XFree(data);
+  return values;
+}
+
+inline std::vector<std::string> atomNames(const std::vector<long>& atoms) {
+  std::vector<std::string> names;
+  for (const long atom : atoms) {
+    names.emplace_back(gdk_x11_get_xatom_name_for_display(gdk_display_get_default(), static_cast<Atom>(atom)));
+  }
+  return names;
+}
+
+inline bool contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+// The client window with this exact name, found by xdotool (independently of
+// the list under test); 0 when there is none.
+inline Window clientNamed(const std::string& name) {
+  g_autofree gchar* output = nullptr;
+  const std::string command = "xdotool search --name '^" + name + "$'";
+  if (!g_spawn_command_line_sync(command.c_str(), &output, nullptr, nullptr, nullptr) || output == nullptr) return 0;
+  return std::strtoul(output, nullptr, 10);
 }
 
 // What the desktop under test offers, as the X server and its window manager
 // say: the monitors, the device pixels per point, the window manager's name
-// (_NET_WM_NAME of its _NET_SUPPORTING_WM_CHECK window) and the hints it
-// supports (_NET_SUPPORTED).
+// (of its _NET_SUPPORTING_WM_CHECK window) and the hints it supports.
 struct DesktopTraits {
   int monitors = 0;
   int scale = 1;
   std::string windowManager;
   std::vector<std::string> supported;
 
-  bool supports(const std::string& hint) const {
-    return std::find(supported.begin(), supported.end(), hint) != supported.end();
-  }
+  bool supports(const std::string& hint) const { return contains(supported, hint); }
 };
 
-// A root-window property of format 32 as the X server holds it.
-inline std::vector<unsigned long> rootItems(const char* name, Atom type) {
-  Display* display = gdk_x11_get_default_xdisplay();
-  Atom actualType = 0;
-  int format = 0;
-  unsigned long count = 0, after = 0;
-  unsigned char* data = nullptr;
-  if (XGetWindowProperty(display, gdk_x11_get_default_root_xwindow(), XInternAtom(display, name, False), 0, 1024,
-                         False, type, &actualType, &format, &count, &after, &data) != Success || data == nullptr) {
-    return {};
-  }
-  const auto* items = reinterpret_cast<const unsigned long*>(data);
-  std::vector<unsigned long> values(items, items + (format == 32 ? count : 0));
-  XFree(data);
-  return values;
-}
-
 inline DesktopTraits desktopTraits() {
-  DesktopTraits traits;
-  GdkDisplay* display = gdk_display_get_default();
-  traits.monitors = gdk_display_get_n_monitors(display);
-  traits.scale = gdk_window_get_scale_factor(gdk_get_default_root_window());
-  Display* xdisplay = gdk_x11_get_default_xdisplay();
-  for (const unsigned long atom : rootItems("_NET_SUPPORTED", XA_ATOM)) {
-    char* name = XGetAtomName(xdisplay, atom);
-    traits.supported.emplace_back(name);
-    XFree(name);
-  }
-  const std::vector<unsigned long> check = rootItems("_NET_SUPPORTING_WM_CHECK", XA_WINDOW);
-  gchar* name = nullptr;
-  if (!check.empty()) {
-    gdk_x11_display_error_trap_push(display);
-    Atom type = 0;
-    int format = 0;
-    unsigned long count = 0, after = 0;
-    unsigned char* data = nullptr;
-    if (XGetWindowProperty(xdisplay, check.front(), XInternAtom(xdisplay, "_NET_WM_NAME", False), 0, 256, False,
-                           XInternAtom(xdisplay, "UTF8_STRING", False), &type, &format, &count, &after,
-                           &data) == Success && data != nullptr) {
-      name = g_strndup(reinterpret_cast<const char*>(data), count);
-      XFree(data);
-    }
-    gdk_x11_display_error_trap_pop_ignored(display);
-  }
-  traits.windowManager = name != nullptr ? name : "";
-  g_free(name);
-  return traits;
+  const Window root = gdk_x11_get_default_root_xwindow();
+  const auto check = property<long>(root, "_NET_SUPPORTING_WM_CHECK");
+  const auto name = check.empty() ? std::vector<char>{} : property<char>(static_cast<Window>(check[0]), "_NET_WM_NAME");
+  return {gdk_display_get_n_monitors(gdk_display_get_default()),
+          gdk_window_get_scale_factor(gdk_get_default_root_window()), std::string(name.begin(), name.end()),
+          atomNames(property<long>(root, "_NET_SUPPORTED"))};
 }
 
 // The root's child that holds `window` (its frame, or itself), and that
@@ -159,6 +155,32 @@ inline std::optional<WindowBounds> topLevelBounds(Window window, int scale) {
                       width / points, height / points};
 }
 
+inline bool sameBounds(const WindowBounds& a, const WindowBounds& b) {
+  return a.x == b.x && a.y == b.y && a.width == b.width && a.height == b.height;
+}
+
+// The alerts of this process that are on the screen.
+inline std::vector<GtkWindow*> visibleAlerts() {
+  std::vector<GtkWindow*> alerts;
+  g_autoptr(GList) toplevels = gtk_window_list_toplevels();
+  for (GList* item = toplevels; item != nullptr; item = item->next) {
+    GtkWindow* window = GTK_WINDOW(item->data);
+    if (g_strcmp0(gtk_window_get_title(window), "QUILLON Remote App") == 0 && gtk_widget_get_mapped(GTK_WIDGET(window))) {
+      alerts.push_back(window);
+    }
+  }
+  return alerts;
+}
+
+inline Window numberOf(GtkWindow* window) { return gdk_x11_window_get_xid(gtk_widget_get_window(GTK_WIDGET(window))); }
+
+// The x11_test_client's windows, as its arguments describe them; ended and
+// reaped with the object.
+struct XClient : ChildProcess {
+  explicit XClient(const std::vector<std::string>& windows)
+      : ChildProcess(X11_TEST_CLIENT, windows, {}, "/dev/null", "/dev/null") {}
+};
+
 // Fails the test unless there is an X display with GTK on it.
 class DesktopTest : public ::testing::Test {
  protected:
@@ -175,25 +197,15 @@ class DesktopTest : public ::testing::Test {
     }
   }
 
-  GtkWindow* openWindow(const char* title, int width, int height) {
-    GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-    gtk_window_set_title(GTK_WINDOW(window), title);
-    gtk_window_set_default_size(GTK_WINDOW(window), width, height);
-    gtk_widget_show_all(window);
-    windows_.push_back(window);
-    return GTK_WINDOW(window);
-  }
-
-  // Shows a window at `x`, `y` (points, its frame's top-left) and waits until
-  // the window manager has framed it there or wherever it puts windows.
-  GtkWindow* openWindowAt(const char* title, int x, int y, int width, int height) {
-    GtkWidget* window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-    gtk_window_set_title(GTK_WINDOW(window), title);
-    gtk_window_set_default_size(GTK_WINDOW(window), width, height);
-    gtk_window_move(GTK_WINDOW(window), x, y);
-    gtk_widget_show_all(window);
-    windows_.push_back(window);
-    return GTK_WINDOW(window);
+  // Shows a window, at `x`, `y` (points, its frame's top-left) when given.
+  GtkWindow* openWindow(const char* title, int width, int height, std::optional<std::pair<int, int>> at = {}) {
+    GtkWindow* window = GTK_WINDOW(gtk_window_new(GTK_WINDOW_TOPLEVEL));
+    gtk_window_set_title(window, title);
+    gtk_window_set_default_size(window, width, height);
+    if (at) gtk_window_move(window, at->first, at->second);
+    gtk_widget_show_all(GTK_WIDGET(window));
+    windows_.push_back(GTK_WIDGET(window));
+    return window;
   }
 
   // Whether the window manager gives `window` the keyboard. (A headless
@@ -207,31 +219,6 @@ class DesktopTest : public ::testing::Test {
 
  private:
   std::vector<GtkWidget*> windows_;
-};
-
-// A child process that is terminated and reaped when the object goes.
-class SpawnedProgram {
- public:
-  explicit SpawnedProgram(std::vector<std::string> arguments) {
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    if (posix_spawn(&pid_, argv[0], nullptr, nullptr, argv.data(), environ) != 0) pid_ = -1;
-  }
-  ~SpawnedProgram() {
-    if (pid_ <= 0) return;
-    kill(pid_, SIGTERM);
-    int status = 0;
-    while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
-    }
-  }
-  SpawnedProgram(const SpawnedProgram&) = delete;
-  SpawnedProgram& operator=(const SpawnedProgram&) = delete;
-
-  pid_t pid() const { return pid_; }
-
- private:
-  pid_t pid_ = -1;
 };
 
 }  // namespace quillon::testing

@@ -79,10 +79,14 @@ TEST(NonModalAlertWindowTest, WithoutAKeyWindowThePlatformCentres) {
             (std::vector<std::string>{"centre", "setContent", "makeKeyAndOrderFront"}));
 }
 
-TEST(NonModalAlertWindowTest, OnlyAPositiveTimeoutArmsTheClose) {
-  for (const std::int64_t timeout : {std::int64_t{0}, std::int64_t{-5}, std::numeric_limits<std::int64_t>::min()}) {
+// Nothing arms the close but a positive timeout on an alert that was made.
+TEST(NonModalAlertWindowTest, OnlyAPositiveTimeoutOnAShownAlertArmsTheClose) {
+  const std::pair<std::int64_t, bool> cases[] = {
+      {0, true}, {-5, true}, {std::numeric_limits<std::int64_t>::min(), true}, {5, false}};
+  for (const auto& [timeout, canCreate] : cases) {
     testing::FakeDesktop desktop;
     desktop.textMeasurer.heights = {{"T", 20.0}, {"M", 20.0}};
+    desktop.alertWindows.canCreate = canCreate;
     NonModalAlertWindow(desktop.services, "T", "M", timeout);
     EXPECT_TRUE(desktop.mainQueue.delayed.empty()) << timeout;
   }
@@ -98,14 +102,6 @@ TEST(NonModalAlertWindowTest, TheAutomaticCloseLeavesAWindowClosedEarlierAlone) 
   for (auto& [delay, job] : desktop.mainQueue.delayed) job();
   EXPECT_EQ(desktop.alertWindows.records[0]->closes, 0);
   EXPECT_EQ(desktop.alertWindows.records[1]->closes, 1);
-}
-
-TEST(NonModalAlertWindowTest, NothingIsShownWhenNoWindowCanBeMade) {
-  testing::FakeDesktop desktop;
-  desktop.textMeasurer.heights = {{"T", 20.0}, {"M", 20.0}};
-  desktop.alertWindows.canCreate = false;
-  NonModalAlertWindow(desktop.services, "T", "M", 5);
-  EXPECT_TRUE(desktop.mainQueue.delayed.empty());
 }
 
 }  // namespace

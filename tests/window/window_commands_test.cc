@@ -15,10 +15,10 @@ ChannelValue arguments(std::initializer_list<std::pair<const char*, ChannelValue
   return map;
 }
 
-ChannelValue integerMap(std::initializer_list<std::pair<const char*, std::int64_t>> entries) {
+ChannelReply integers(std::initializer_list<std::pair<const char*, std::int64_t>> entries) {
   ChannelMap map;
   for (const auto& [key, value] : entries) map.set(key, value);
-  return map;
+  return ChannelReply::success(map);
 }
 
 class WindowCommandsTest : public ::testing::Test {
@@ -33,70 +33,53 @@ class WindowCommandsTest : public ::testing::Test {
   CommandDispatcher dispatcher{windowCommands(desktop.services)};
 };
 
-TEST_F(WindowCommandsTest, TheFiveNamesInRoutingOrder) {
-  std::vector<std::string_view> names;
-  for (const Command& command : dispatcher.commands()) names.push_back(command.name);
-  EXPECT_EQ(names, (std::vector<std::string_view>{"window::getWindowRect", "window::showWindow",
-                                                  "window::getScreenBounds", "window::getScreenWorkingAreaDimensions",
-                                                  "window::showAlert"}));
-}
-
-struct FailedCheck {
+struct CommandCase {
   std::string method;
   ChannelValue arguments;
-  std::string message;
+  ChannelReply reply;
 };
 
-TEST_F(WindowCommandsTest, FailedChecksAnswerInvalidArgument) {
-  const std::vector<FailedCheck> cases = {
-      {"window::getWindowRect", arguments({{"windowHandle", std::int64_t{5}}}), "Expected windowHandle"},
-      {"window::getWindowRect", arguments({{"processId", "5"}}), "Expected windowHandle"},
-      {"window::getWindowRect", ChannelValue(), "Expected windowHandle"},
-      {"window::showWindow", arguments({{"windowHandle", std::int64_t{5}}}), "Expected windowHandle and command"},
-      {"window::showWindow", arguments({{"command", std::int32_t{1}}}), "Expected windowHandle and command"},
-      {"window::showWindow", ChannelValue(ChannelList{}), "Expected windowHandle and command"},
-      {"window::showAlert", arguments({{"title", "t"}, {"message", "m"}}), "Expected title and message"},
-      {"window::showAlert", arguments({{"title", "t"}, {"timeout", std::int64_t{1}}}), "Expected title and message"},
-      {"window::showAlert", arguments({{"title", std::int64_t{1}}, {"message", "m"}, {"timeout", std::int64_t{1}}}),
-       "Expected title and message"},
-      {"window::showAlert", ChannelValue("x"), "Expected title and message"},
+// The arguments each command checks, and the maps and values it answers with
+// what the services give (the screen commands take no arguments and ignore any).
+TEST_F(WindowCommandsTest, ChecksItsArgumentsAndAnswersWhatTheServicesGive) {
+  const auto invalid = [](const char* message) { return ChannelReply::error("INVALID_ARGUMENT", message); };
+  const auto show = [](std::int64_t command) {
+    return arguments({{"windowHandle", std::int64_t{42}}, {"command", command}});
   };
-  for (const FailedCheck& test : cases) {
-    EXPECT_EQ(call(test.method, test.arguments), ChannelReply::error("INVALID_ARGUMENT", test.message))
-        << test.method << " " << describe(test.arguments);
-  }
-  EXPECT_TRUE(desktop.mainQueue.posted.empty());
-}
-
-TEST_F(WindowCommandsTest, GetWindowRectAnswersTheMapOrNull) {
+  const std::vector<CommandCase> cases = {
+      {"window::getWindowRect", arguments({{"windowHandle", std::int64_t{5}}}), invalid("Expected windowHandle")},
+      {"window::getWindowRect", arguments({{"processId", "5"}}), invalid("Expected windowHandle")},
+      {"window::getWindowRect", ChannelValue(), invalid("Expected windowHandle")},
+      {"window::getWindowRect", arguments({{"processId", std::int32_t{7}}}),
+       integers({{"top", 20}, {"left", -100}, {"bottom", 31}, {"right", -49}})},
+      {"window::getWindowRect", arguments({{"processId", std::int64_t{8}}}), ChannelReply::success()},
+      {"window::showWindow", arguments({{"windowHandle", std::int64_t{5}}}), invalid("Expected windowHandle and command")},
+      {"window::showWindow", arguments({{"command", std::int32_t{1}}}), invalid("Expected windowHandle and command")},
+      {"window::showWindow", ChannelValue(ChannelList{}), invalid("Expected windowHandle and command")},
+      {"window::showWindow", show(0), ChannelReply::success(true)},
+      {"window::showWindow", show(4), ChannelReply::success(false)},
+      {"window::getScreenBounds", ChannelValue("x"), integers({{"width", 1440}, {"height", 900}})},
+      {"window::getScreenWorkingAreaDimensions", ChannelValue(ChannelList{}), integers({{"width", 1440}, {"height", 795}})},
+      {"window::showAlert", arguments({{"title", "t"}, {"message", "m"}}), invalid("Expected title and message")},
+      {"window::showAlert", arguments({{"title", "t"}, {"timeout", std::int64_t{1}}}), invalid("Expected title and message")},
+      {"window::showAlert", arguments({{"title", std::int64_t{1}}, {"message", "m"}, {"timeout", std::int64_t{1}}}),
+       invalid("Expected title and message")},
+      {"window::showAlert", ChannelValue("x"), invalid("Expected title and message")},
+  };
   desktop.windowList.windows = std::vector<WindowListEntry>{{7, "w", WindowBounds{-100.7, 20.2, 50.9, 10.9}}};
-  EXPECT_EQ(call("window::getWindowRect", arguments({{"processId", std::int32_t{7}}})),
-            ChannelReply::success(integerMap({{"top", 20}, {"left", -100}, {"bottom", 31}, {"right", -49}})));
-  EXPECT_EQ(call("window::getWindowRect", arguments({{"processId", std::int64_t{8}}})), ChannelReply::success());
-  desktop.windowList.windows = std::nullopt;
-  EXPECT_EQ(call("window::getWindowRect", arguments({{"processId", std::int64_t{7}}})), ChannelReply::success());
-}
-
-TEST_F(WindowCommandsTest, ShowWindowAnswersWhetherItActed) {
   desktop.hostWindows.states = {{42, {0, 0, 10, 10}, {}}};
-  EXPECT_EQ(call("window::showWindow", arguments({{"windowHandle", std::int64_t{42}}, {"command", std::int32_t{0}}})),
-            ChannelReply::success(true));
-  EXPECT_EQ(call("window::showWindow", arguments({{"windowHandle", std::int64_t{42}}, {"command", std::int32_t{4}}})),
-            ChannelReply::success(false));
-  EXPECT_EQ(desktop.hostWindows.states[0].actions, std::vector<std::string>{"hide"});
-}
-
-TEST_F(WindowCommandsTest, ScreenMetricsIgnoreTheArguments) {
-  for (const ChannelValue& args : {ChannelValue(), ChannelValue("x"), ChannelValue(ChannelList{})}) {
-    desktop.screens.screen = std::nullopt;
-    EXPECT_EQ(call("window::getScreenBounds", args), ChannelReply::success(integerMap({{"width", 0}, {"height", 0}})));
-    EXPECT_EQ(call("window::getScreenWorkingAreaDimensions", args), ChannelReply::success(ChannelMap{}));
-    desktop.screens.screen = ScreenFrames{{0, 0, 1440, 900}, {0, 80, 1440, 795}};
-    EXPECT_EQ(call("window::getScreenBounds", args),
-              ChannelReply::success(integerMap({{"width", 1440}, {"height", 900}})));
-    EXPECT_EQ(call("window::getScreenWorkingAreaDimensions", args),
-              ChannelReply::success(integerMap({{"width", 1440}, {"height", 795}})));
+  desktop.screens.screen = ScreenFrames{{0, 0, 1440, 900}, {0, 80, 1440, 795}};
+  for (const CommandCase& test : cases) {
+    EXPECT_EQ(call(test.method, test.arguments), test.reply) << test.method << " " << describe(test.arguments);
   }
+  EXPECT_EQ(desktop.hostWindows.states[0].actions, std::vector<std::string>{"hide"});
+  EXPECT_TRUE(desktop.mainQueue.posted.empty());
+
+  desktop.windowList.windows = std::nullopt;
+  desktop.screens.screen = std::nullopt;
+  EXPECT_EQ(call("window::getWindowRect", arguments({{"processId", std::int64_t{7}}})), ChannelReply::success());
+  EXPECT_EQ(call("window::getScreenBounds"), integers({{"width", 0}, {"height", 0}}));
+  EXPECT_EQ(call("window::getScreenWorkingAreaDimensions"), ChannelReply::success(ChannelMap{}));
 }
 
 struct TimeoutCase {
@@ -104,6 +87,7 @@ struct TimeoutCase {
   std::size_t armed;
 };
 
+// Only an integer timeout arms the automatic close.
 TEST_F(WindowCommandsTest, ShowAlertAnswersNullBeforeTheAlertExists) {
   desktop.textMeasurer.heights = {{"t", 20.0}, {"m", 20.0}};
   const std::vector<TimeoutCase> cases = {
