@@ -21,65 +21,53 @@ namespace {
 
 using testing::FakeMessenger;
 
-class FakeNativeWindow final : public NativeWindow {
- public:
-  struct State {
-    WindowFrame frame;
-    bool visible = false;
-    // The startup ids of the launches it came forward for, and of those it ended the notification of.
-    std::vector<std::string> broughtForward, notificationsEnded;
-  };
-
-  explicit FakeNativeWindow(std::shared_ptr<State> state) : state_(std::move(state)) {}
-
-  std::int64_t number() const override { return 0x2a00003; }
-  WindowFrame frame() const override { return state_->frame; }
-  void setFrame(const WindowFrame& frame) override { state_->frame = frame; }
-  void useCustomFrame() override {}
-  void show() override { state_->visible = true; }
-  void hide() override { state_->visible = false; }
-  bool isVisible() const override { return state_->visible; }
-  void bringForward(const std::string& startupId) override { state_->broughtForward.push_back(startupId); }
-  void endStartupNotification(const std::string& id) override { state_->notificationsEnded.push_back(id); }
-
- private:
-  std::shared_ptr<State> state_;
+// What the main window was asked: the startup ids of the launches it came
+// forward for, and of those it ended the notification of.
+struct WindowState {
+  bool visible = false;
+  std::vector<std::string> broughtForward, notificationsEnded;
 };
 
-class FakeMainLoop final : public MainLoop {
- public:
+struct FakeNativeWindow final : NativeWindow {
+  explicit FakeNativeWindow(WindowState& kept) : state(kept) {}
+  std::int64_t number() const override { return 0x2a00003; }
+  WindowFrame frame() const override { return {}; }
+  void setFrame(const WindowFrame&) override {}
+  void useCustomFrame() override {}
+  void show() override { state.visible = true; }
+  void hide() override { state.visible = false; }
+  bool isVisible() const override { return state.visible; }
+  void bringForward(const std::string& startupId) override { state.broughtForward.push_back(startupId); }
+  void endStartupNotification(const std::string& id) override { state.notificationsEnded.push_back(id); }
+  WindowState& state;
+};
+
+struct FakeMainLoop final : MainLoop {
   int run() override { return quits.empty() ? -1 : quits.front(); }
   void quit(int status) override { quits.push_back(status); }
-
   std::vector<int> quits;
 };
 
 // The desktop of the plug-ins: no URL handlers, and a keyring that fails
 // every operation with `reason`. (The built host is tested with the real ones.)
-class NoUrlHandlers final : public UrlOpener {
- public:
+struct NoUrlHandlers final : UrlOpener {
   bool canOpen(const std::string&) const override { return false; }
   std::optional<std::string> open(const std::string&) override { return "no handlers in this test"; }
 };
 
-class FailingSecretStore final : public SecretStore {
- public:
+struct FailingSecretStore final : SecretStore {
   void store(const std::string&, const std::string&, Completion<Done> done) override { done(Failure{reason}); }
   void lookup(const std::string&, Completion<std::optional<std::string>> done) override { done(Failure{reason}); }
   void remove(const std::string&, Completion<Done> done) override { done(Failure{reason}); }
   void list(Completion<Entries> done) override { done(Failure{reason}); }
   void removeAll(Completion<Done> done) override { done(Failure{reason}); }
-
   std::string reason = "no keyring in this test";
 };
 
-class FakeEngine final : public ViewEngine {
- public:
-  explicit FakeEngine(FakeMessenger& messenger) : messenger_(messenger) {}
-  BinaryMessenger& binaryMessenger() override { return messenger_; }
-
- private:
-  FakeMessenger& messenger_;
+struct FakeEngine final : ViewEngine {
+  explicit FakeEngine(FakeMessenger& engines) : messenger(engines) {}
+  BinaryMessenger& binaryMessenger() override { return messenger; }
+  FakeMessenger& messenger;
 };
 
 struct FakeShell {
@@ -250,7 +238,7 @@ enum class Window { none, hidden, shown };
 
 struct RunningHost {
   explicit RunningHost(Window state) {
-    native->visible = state == Window::shown;
+    native.visible = state == Window::shown;
     if (state != Window::none) window.emplace(std::make_unique<FakeNativeWindow>(native), shell.setup());
     application.setMainFlutterWindow(window ? &*window : nullptr);
   }
@@ -263,7 +251,7 @@ struct RunningHost {
   FakeMainLoop loop;
   AppDelegate delegate;
   Application application{delegate, loop};
-  std::shared_ptr<FakeNativeWindow::State> native = std::make_shared<FakeNativeWindow::State>();
+  WindowState native;
   std::optional<MainFlutterWindow> window;
   std::optional<InstanceChannel> channel{std::in_place, shell.messenger, application};
 };
@@ -283,9 +271,9 @@ TEST(InstanceChannelTest, ActivateBringsOnlyAShownWindowForwardAndEndsAHiddenOne
     EXPECT_EQ(host.launch("activate", startupId("launch-1_TIME42")), ChannelReply::success(shown));
     EXPECT_EQ(host.launch("activate", ChannelValue()), ChannelReply::success(shown));
     const std::vector<std::string> bothLaunches{"launch-1_TIME42", ""};
-    EXPECT_EQ(host.native->broughtForward, shown ? bothLaunches : std::vector<std::string>{});
-    EXPECT_EQ(host.native->notificationsEnded, state == Window::hidden ? bothLaunches : std::vector<std::string>{});
-    EXPECT_EQ(host.native->visible, shown);
+    EXPECT_EQ(host.native.broughtForward, shown ? bothLaunches : std::vector<std::string>{});
+    EXPECT_EQ(host.native.notificationsEnded, state == Window::hidden ? bothLaunches : std::vector<std::string>{});
+    EXPECT_EQ(host.native.visible, shown);
     EXPECT_TRUE(host.loop.quits.empty());
   }
 }
@@ -300,7 +288,7 @@ TEST(InstanceChannelTest, WrongArgumentsAndOtherNamesChangeNothing) {
     }
     EXPECT_TRUE(host.launch("Activate", ChannelValue()).isNotImplemented());
     EXPECT_TRUE(host.launch("showWindow", ChannelValue()).isNotImplemented());
-    EXPECT_TRUE(host.native->broughtForward.empty() && host.native->notificationsEnded.empty());
+    EXPECT_TRUE(host.native.broughtForward.empty() && host.native.notificationsEnded.empty());
     // The handler goes with the channel.
     host.channel.reset();
     EXPECT_FALSE(host.shell.messenger.hasHandler(InstanceChannel::kName));

@@ -1,8 +1,8 @@
 // The messenger over real socket pairs, for what the built host's tests cannot
-// arrange: frames cut anywhere, a reply through a full socket, a small budget.
-// (Broken framing, broadcast, clients that leave and the real budget are
-// tested against the built host: host_end_to_end_test.cc, shell_end_to_end_test.cc
-// and the fault suite.)
+// arrange: frames cut anywhere, a reply through a full socket, a small budget;
+// and a method channel's answer to what is not a method call. (Broken framing,
+// broadcast, clients that leave and the real budget are tested against the
+// built host: host_end_to_end_test.cc, shell_end_to_end_test.cc, the faults.)
 #include "embedding/link_messenger.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "embedding/method_channel.h"
 #include "tests/link/link_peer.h"
+#include "tests/support/fake_messenger.h"
 
 namespace quillon {
 namespace {
@@ -109,6 +111,27 @@ TEST_F(LinkMessengerTest, TheConnectionWhoseUnfinishedFrameWouldPassTheSharedBud
   third.send(start);
   ASSERT_TRUE(pumpUntil([&] { return messenger_.incomingBytesHeld() == start.size(); }));
   EXPECT_FALSE(third.closedByHost(std::chrono::milliseconds(50)));
+}
+
+TEST(MethodChannelTest, APayloadThatIsNotAMethodCallIsAnsweredBadMessage) {
+  testing::FakeMessenger messenger;
+  MethodChannel channel(messenger, "commands");
+  bool called = false;
+  channel.setMethodCallHandler([&](const MethodCall&, ReplyCallback reply) {
+    called = true;
+    std::move(reply).success();
+  });
+  for (const Bytes& payload : {Bytes{}, Bytes{3, 1, 0, 0, 0}, Bytes{7, 5, 'a'}, Bytes{0xFF}}) {
+    const auto replies = messenger.post("commands", payload);
+    ASSERT_EQ(replies.size(), 1u);
+    ASSERT_TRUE(replies[0].isError());
+    EXPECT_EQ(replies[0].error().code, "BAD_MESSAGE");
+    const std::string& message = replies[0].error().message;
+    EXPECT_TRUE(message.starts_with("The message is not a method call: ") && message.size() > 34) << message;
+  }
+  EXPECT_FALSE(called);
+  channel.setMethodCallHandler(nullptr);
+  EXPECT_FALSE(messenger.hasHandler("commands"));
 }
 
 }  // namespace

@@ -61,13 +61,24 @@ TEST(QuillonCallTest, PrintsEachOutcomeWithItsExitStatus) {
   EXPECT_EQ(host.output(), "Error: pylonRDP directory not found at path " + host.dataPath() + "/pylonRDP/pylonRDP\n");
 }
 
-// Each stand-in answers the first call with its payload; with none, quillon-call finds no host.
+ChannelValue mapOf(std::initializer_list<std::pair<ChannelValue, ChannelValue>> entries) {
+  ChannelMap map;
+  for (const auto& [key, value] : entries) map.set(key, value);
+  return map;
+}
+
+// Each stand-in answers the first call with its payload; with none, quillon-call
+// finds no host. The JSON arguments arrive as channel values, and the answers
+// print as JSON, as the README says.
 TEST(QuillonCallTest, PrintsWhatAStandInHostAnswersWithItsExitStatus) {
   char pattern[] = "/tmp/quillon-call-XXXXXX";
   const std::string directory = ::mkdtemp(pattern), socket = directory + "/interface.sock";
   const ChildProcess::Environment environment{{"QUILLON_INTERFACE_SOCKET", socket}};
-  ChannelMap processId;
-  processId.set("processId", std::int32_t{12});
+  const ChannelValue everyKind = mapOf(
+      {{"name", "x"}, {std::int32_t{3}, std::int64_t{1} << 40}, {"bytes", std::vector<std::uint8_t>{1, 255}},
+       {"i32", std::vector<std::int32_t>{-1}}, {"i64", std::vector<std::int64_t>{}}, {"f32", std::vector<float>{0.5f}},
+       {"f64", std::vector<double>{1.5, 2.0}}, {"nested", ChannelList{ChannelList{}, ChannelMap{}}}, {"quote", "a\"b"},
+       {"none", nullptr}, {"no", false}, {"half", 0.5}, {"negative", std::int64_t{-5}}});
   struct Answer {
     std::vector<std::uint8_t> payload;
     MethodCall expectedCall;
@@ -75,10 +86,21 @@ TEST(QuillonCallTest, PrintsWhatAStandInHostAnswersWithItsExitStatus) {
   };
   const std::vector<Answer> answers{
       {StandardCodec::encodeReply(ChannelReply::error("UNAVAILABLE", "No window", ChannelList{std::int32_t{1}})),
-       {"process::getMainWindowHandle", processId},
+       {"process::getMainWindowHandle", mapOf({{"processId", std::int32_t{12}}})},
        {{"process::getMainWindowHandle", R"({"processId": 12})"},
         1,
         R"({"code":"UNAVAILABLE","message":"No window","details":[1]})" "\n",
+        ""}},
+      {StandardCodec::encodeReply(ChannelReply::success(everyKind)),
+       {"m", mapOf({{"z", std::int32_t{1}}, {"a", ChannelList{nullptr, true, "ä"}}, {"min32", std::int32_t{-2147483648}},
+                    {"over32", std::int64_t{2147483648}}, {"min64", std::int64_t{INT64_MIN}},
+                    {"huge", 18446744073709551615.0}, {"one", 1.0}, {"e", 2000.0}})},
+       {{"--channel", "other", "m",
+         R"({"z": 1, "a": [null, true, "ä"], "min32": -2147483648, "over32": 2147483648,)"
+         R"( "min64": -9223372036854775808, "huge": 18446744073709551615, "one": 1.0, "e": 2e3})"},
+        0,
+        R"({"name":"x","3":1099511627776,"bytes":[1,255],"i32":[-1],"i64":[],"f32":[0.5],"f64":[1.5,2.0],)"
+        R"("nested":[[],{}],"quote":"a\"b","none":null,"no":false,"half":0.5,"negative":-5})" "\n",
         ""}},
       {{9}, {"m", {}}, {{"m"}, 3, "", "the host's reply does not decode"}},
   };

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,36 +27,34 @@ class FakeMessenger final : public BinaryMessenger {
   }
   bool hasHandler(const std::string& channel) const { return handlers.contains(channel); }
 
-  // Delivers `message`; every answer it gets, whenever it comes, is decoded
-  // into the returned list (the empty reply as not-implemented).
-  std::shared_ptr<std::vector<ChannelReply>> post(const std::string& channel, const Bytes& message) {
-    auto replies = std::make_shared<std::vector<ChannelReply>>();
-    BinaryReply reply([replies](Bytes payload) { replies->push_back(decodeAnswer(payload)); });
-    if (auto handler = handlers.find(channel); handler != handlers.end()) handler->second(message, std::move(reply));
-    return replies;
-  }
-  std::shared_ptr<std::vector<ChannelReply>> post(const std::string& channel, const MethodCall& call) {
-    return post(channel, StandardCodec::encodeMethodCall(call));
+  // Delivers `message`; the answers given while the handler ran, decoded (the
+  // empty reply as not-implemented).
+  std::vector<ChannelReply> post(const std::string& channel, const Bytes& message) {
+    auto replies = std::make_shared<std::vector<ChannelReply>>();  // Later answers harm nothing.
+    BinaryReply reply([replies](Bytes payload) {
+      std::string error;
+      const auto decoded =
+          payload.empty() ? std::optional(ChannelReply::notImplemented()) : StandardCodec::decodeReply(payload, &error);
+      EXPECT_TRUE(decoded) << error;
+      replies->push_back(decoded.value_or(ChannelReply::error("TEST", "undecodable reply: " + error)));
+    });
+    if (const auto handler = handlers.find(channel); handler != handlers.end()) {
+      handler->second(message, std::move(reply));
+    } else {
+      std::move(reply)({});  // No handler: the empty reply.
+    }
+    return *replies;
   }
 
   // The answer to `call`; fails the test unless it came once, before the handler returned.
   ChannelReply deliver(const std::string& channel, const MethodCall& call) {
-    const auto replies = post(channel, call);
-    EXPECT_EQ(replies->size(), 1u) << call.method;
-    return replies->size() == 1 ? replies->front() : ChannelReply::error("TEST", "not answered once");
+    const auto replies = post(channel, StandardCodec::encodeMethodCall(call));
+    EXPECT_EQ(replies.size(), 1u) << call.method;
+    return replies.size() == 1 ? replies.front() : ChannelReply::error("TEST", "not answered once");
   }
 
   std::map<std::string, MessageHandler> handlers;
   std::vector<std::pair<std::string, Bytes>> sent;
-
- private:
-  static ChannelReply decodeAnswer(const Bytes& payload) {
-    if (payload.empty()) return ChannelReply::notImplemented();
-    std::string error;
-    const auto decoded = StandardCodec::decodeReply(payload, &error);
-    EXPECT_TRUE(decoded) << error;
-    return decoded.value_or(ChannelReply::error("TEST", "undecodable reply: " + error));
-  }
 };
 
 }  // namespace quillon::testing
