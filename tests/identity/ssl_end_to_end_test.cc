@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <regex>
 
 #include "tests/identity/test_certificates.h"
 #include "tests/support/catalogue_end_to_end_test.h"
@@ -38,9 +39,11 @@ TEST_F(SslEndToEndTest, AddThenCheckAroundTheEndOfValidity) {
   EXPECT_EQ(check("forever", "2300-01-01T00:00:00Z"), ChannelReply::success(true));
   EXPECT_EQ(check("forever", "9999-12-31T23:59:59Z"), ChannelReply::success(false));
   EXPECT_TRUE(fs::exists(host_.directory() + "/home/.pki/nssdb/cert9.db"));
+  // One file for each check that found its certificate, named by a fresh upper-case UUID.
+  const std::regex uuidFile("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\\.cer");
   std::size_t certificateFiles = 0;
   for (const auto& entry : fs::directory_iterator(host_.directory())) {
-    certificateFiles += entry.path().extension() == ".cer" ? 1U : 0U;
+    certificateFiles += std::regex_match(entry.path().filename().string(), uuidFile) ? 1U : 0U;
   }
   EXPECT_EQ(certificateFiles, 5U);
   EXPECT_EQ(host_.stop(), 0);

@@ -15,23 +15,16 @@ struct ToolCall {
   std::string executable;
   std::vector<std::string> arguments;
   ToolRunner::Streams streams;
-
   friend bool operator==(const ToolCall&, const ToolCall&) = default;
 };
 
 // A tool run that printed `output` and exited with `exitCode`.
 inline ToolRun finishedRun(std::string_view output, int exitCode = 0) {
-  ToolRun run;
-  run.started = true;
-  run.output.assign(output.begin(), output.end());
-  run.waitStatus = exitCode << 8;
-  return run;
+  return ToolRun{.started = true, .startError = {}, .output = {output.begin(), output.end()}, .waitStatus = exitCode << 8};
 }
 
 inline ToolRun notStartedRun() {
-  ToolRun run;
-  run.startError = "No such file or directory";
-  return run;
+  return ToolRun{.started = false, .startError = "No such file or directory", .output = {}, .waitStatus = 0};
 }
 
 class FakeToolRunner final : public ToolRunner {
