@@ -1,11 +1,11 @@
-// Fakes of the desktop interfaces: a scripted window list, host windows that
-// record the actions taken on them, a fixed main screen, measured heights by
-// text, alert windows that record how they were built, and a main queue that
-// runs jobs only when the test says so.
+// Fakes of the desktop interfaces: a scripted window list, main screen and
+// text heights; host windows and alert windows that record what was done to
+// them, in order; a main queue that runs jobs only when the test says so.
 #pragma once
 
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,8 +16,7 @@
 
 namespace quillon::testing {
 
-// What happened to one fake host window, in order: "hide", "present",
-// "minimise", "setFrame x y w h".
+// One fake host window; its actions: "hide", "present", "minimise", "setFrame x y w h".
 struct FakeWindowState {
   std::int64_t number = 0;
   FrameRect frame;
@@ -34,8 +33,9 @@ class FakeHostWindow final : public HostWindow {
   void minimise() override { state_.actions.push_back("minimise"); }
   void setFrame(const FrameRect& frame) override {
     state_.frame = frame;
-    state_.actions.push_back("setFrame " + std::to_string(frame.x) + " " + std::to_string(frame.y) + " " +
-                             std::to_string(frame.width) + " " + std::to_string(frame.height));
+    std::ostringstream action;
+    action << "setFrame " << frame.x << ' ' << frame.y << ' ' << frame.width << ' ' << frame.height;
+    state_.actions.push_back(action.str());
   }
 
  private:
@@ -50,8 +50,7 @@ class FakeHostWindows final : public HostWindows {
     return handles;
   }
   std::unique_ptr<HostWindow> keyWindow() override {
-    if (!key) return nullptr;
-    return std::make_unique<FakeHostWindow>(states.at(*key));
+    return key ? std::make_unique<FakeHostWindow>(states.at(*key)) : nullptr;
   }
 
   std::vector<FakeWindowState> states;
@@ -61,34 +60,27 @@ class FakeHostWindows final : public HostWindows {
 class FakeScreens final : public Screens {
  public:
   std::optional<ScreenFrames> mainScreen() override { return screen; }
-
   std::optional<ScreenFrames> screen;
 };
 
 class FakeTextMeasurer final : public TextMeasurer {
  public:
   double heightOf(std::string_view text, double width, const SystemFont& font) override {
-    requests.push_back({std::string(text), width, font});
+    requests.emplace_back(std::string(text), width, font);
     return heights.at(std::string(text));
   }
 
-  struct Request {
-    std::string text;
-    double width;
-    SystemFont font;
-  };
   std::map<std::string, double> heights;
-  std::vector<Request> requests;
+  std::vector<std::tuple<std::string, double, SystemFont>> requests;
 };
 
-// Everything the alert code did to one window, in order.
+// Everything the alert code did to one window, in order; "close" when the
+// automatic close ran.
 struct FakeAlertRecord {
   AlertWindowStyle style;
   FrameRect frame;  // the frame the platform reports
   std::vector<std::string> calls;
   std::optional<AlertContent> content;
-  bool open = true;
-  int closes = 0;
 };
 
 class FakeAlertWindow final : public AlertWindow {
@@ -107,12 +99,7 @@ class FakeAlertWindow final : public AlertWindow {
   }
   void makeKeyAndOrderFront() override { record_->calls.push_back("makeKeyAndOrderFront"); }
   std::function<void()> closeIfStillOpen() override {
-    return [weak = std::weak_ptr<FakeAlertRecord>(record_)] {
-      if (auto record = weak.lock(); record && record->open) {
-        record->open = false;
-        ++record->closes;
-      }
-    };
+    return [record = record_] { record->calls.push_back("close"); };
   }
 
  private:
@@ -123,11 +110,9 @@ class FakeAlertWindowFactory final : public AlertWindowFactory {
  public:
   std::unique_ptr<AlertWindow> create(const AlertWindowStyle& style) override {
     if (!canCreate) return nullptr;
-    auto record = std::make_shared<FakeAlertRecord>();
-    record->style = style;
-    record->frame = FrameRect{0.0, 0.0, style.contentWidth, style.contentHeight + titleBarHeight};
-    records.push_back(record);
-    return std::make_unique<FakeAlertWindow>(record);
+    records.push_back(std::make_shared<FakeAlertRecord>(
+        FakeAlertRecord{style, {0.0, 0.0, style.contentWidth, style.contentHeight + titleBarHeight}, {}, {}}));
+    return std::make_unique<FakeAlertWindow>(records.back());
   }
 
   bool canCreate = true;
@@ -142,8 +127,7 @@ class FakeMainQueue final : public MainQueue {
 
   // Runs the jobs posted so far (not those they post in turn).
   void runPosted() {
-    auto jobs = std::exchange(posted, {});
-    for (auto& job : jobs) job();
+    for (auto& job : std::exchange(posted, {})) job();
   }
 
   std::vector<Job> posted;

@@ -1,3 +1,4 @@
+// The alert's arithmetic and the order in which it is built, through fakes.
 #include "window/non_modal_alert_window.h"
 
 #include <gtest/gtest.h>
@@ -7,27 +8,13 @@
 namespace quillon {
 namespace {
 
-struct HeightCase {
-  double message;
-  double title;
-  double expected;
-};
-
 TEST(NonModalAlertWindowTest, ContentHeightCapsTheMessageAndRoundsUpTheTitle) {
-  const std::vector<HeightCase> cases = {
-      {48.0, 19.1, 148.0},
-      {450.0, 20.0, 400.0},
-      {300.0, 20.0, 400.0},
-      {48.5, 20.0, 148.5},  // the message is not rounded
-      {0.0, 0.0, 80.0},
-  };
-  for (const HeightCase& test : cases) {
-    EXPECT_DOUBLE_EQ(NonModalAlertWindow::contentHeight(test.message, test.title), test.expected)
-        << test.message << " " << test.title;
+  // {message, title, content height}: the message is capped at 300 and not rounded.
+  const double cases[][3] = {{48.0, 19.1, 148.0}, {450.0, 20.0, 400.0}, {300.0, 20.0, 400.0}, {48.5, 20.0, 148.5},
+                             {0.0, 0.0, 80.0}};
+  for (const auto& [message, title, height] : cases) {
+    EXPECT_DOUBLE_EQ(NonModalAlertWindow::contentHeight(message, title), height) << message << " " << title;
   }
-}
-
-TEST(NonModalAlertWindowTest, CentresOverTheKeyWindow) {
   EXPECT_EQ(NonModalAlertWindow::centredOver({100, 100, 800, 600}, {0, 0, 400, 200}), (FrameRect{300, 300, 400, 200}));
   EXPECT_EQ(NonModalAlertWindow::centredOver({0, 0, 300, 100}, {0, 0, 400, 201}), (FrameRect{-50, -50.5, 400, 201}));
 }
@@ -40,20 +27,13 @@ TEST(NonModalAlertWindowTest, MeasuresBuildsPlacesShowsAndArmsTheCloseInThatOrde
   desktop.alertWindows.titleBarHeight = 52.0;  // the alert's whole frame is 400 x 200
   { NonModalAlertWindow alert(desktop.services, "Title", "Message", 3); }
 
-  ASSERT_EQ(desktop.textMeasurer.requests.size(), 2U);
-  EXPECT_EQ(desktop.textMeasurer.requests[0].text, "Message");
-  EXPECT_EQ(desktop.textMeasurer.requests[0].width, 360.0);
-  EXPECT_EQ(desktop.textMeasurer.requests[0].font, (SystemFont{13.0, FontWeight::regular}));
-  EXPECT_EQ(desktop.textMeasurer.requests[1].text, "Title");
-  EXPECT_EQ(desktop.textMeasurer.requests[1].width, 360.0);
-  EXPECT_EQ(desktop.textMeasurer.requests[1].font, (SystemFont{16.0, FontWeight::bold}));
-
+  using Request = std::tuple<std::string, double, SystemFont>;
+  EXPECT_EQ(desktop.textMeasurer.requests, (std::vector<Request>{{"Message", 360.0, {13.0, FontWeight::regular}},
+                                                                 {"Title", 360.0, {16.0, FontWeight::bold}}}));
   ASSERT_EQ(desktop.alertWindows.records.size(), 1U);
   const testing::FakeAlertRecord& record = *desktop.alertWindows.records[0];
   EXPECT_EQ(record.style, (AlertWindowStyle{"QUILLON Remote App", 400.0, 148.0, true, false, false, true}));
-  EXPECT_EQ(record.calls, (std::vector<std::string>{"setFrameOrigin", "setContent", "makeKeyAndOrderFront"}));
   EXPECT_EQ(record.frame, (FrameRect{300, 300, 400, 200}));
-
   const AlertContent expectedContent{
       "Title",
       {16.0, FontWeight::bold},
@@ -67,6 +47,8 @@ TEST(NonModalAlertWindowTest, MeasuresBuildsPlacesShowsAndArmsTheCloseInThatOrde
   EXPECT_EQ(record.content, expectedContent);
   ASSERT_EQ(desktop.mainQueue.delayed.size(), 1U);
   EXPECT_EQ(desktop.mainQueue.delayed[0].first, std::chrono::seconds(3));
+  desktop.mainQueue.delayed[0].second();
+  EXPECT_EQ(record.calls, (std::vector<std::string>{"setFrameOrigin", "setContent", "makeKeyAndOrderFront", "close"}));
 }
 
 TEST(NonModalAlertWindowTest, WithoutAKeyWindowThePlatformCentres) {
@@ -90,18 +72,6 @@ TEST(NonModalAlertWindowTest, OnlyAPositiveTimeoutOnAShownAlertArmsTheClose) {
     NonModalAlertWindow(desktop.services, "T", "M", timeout);
     EXPECT_TRUE(desktop.mainQueue.delayed.empty()) << timeout;
   }
-}
-
-TEST(NonModalAlertWindowTest, TheAutomaticCloseLeavesAWindowClosedEarlierAlone) {
-  testing::FakeDesktop desktop;
-  desktop.textMeasurer.heights = {{"T", 20.0}, {"M", 20.0}};
-  NonModalAlertWindow(desktop.services, "T", "M", 1);
-  NonModalAlertWindow(desktop.services, "T", "M", 1);
-  ASSERT_EQ(desktop.mainQueue.delayed.size(), 2U);
-  desktop.alertWindows.records[0]->open = false;  // the user pressed OK first
-  for (auto& [delay, job] : desktop.mainQueue.delayed) job();
-  EXPECT_EQ(desktop.alertWindows.records[0]->closes, 0);
-  EXPECT_EQ(desktop.alertWindows.records[1]->closes, 1);
 }
 
 }  // namespace

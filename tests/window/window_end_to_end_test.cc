@@ -1,5 +1,5 @@
 // The five "window::" commands over the link, answered by the built host on the
-// X display in DISPLAY.
+// X display in DISPLAY, and without a display.
 #include <gtest/gtest.h>
 
 // The link's headers before Xlib's, whose Status macro they would meet.
@@ -69,6 +69,27 @@ TEST_F(WindowEndToEndTest, ShowAlertAnswersNullAndTheHostShowsItUntilItsTimeout)
   };
   EXPECT_TRUE(testing::waitUntil(alertShown));
   EXPECT_TRUE(testing::waitUntil([&] { return !alertShown(); }));
+}
+
+// Without a display every Linux service answers its failure value, the alert
+// is measured and not shown, and the host goes on serving.
+class HeadlessWindowEndToEndTest : public testing::CatalogueEndToEndTest {
+ protected:
+  HeadlessWindowEndToEndTest() : CatalogueEndToEndTest({.headless = true}) {}
+};
+
+TEST_F(HeadlessWindowEndToEndTest, EveryCommandAnswersItsFailureValue) {
+  EXPECT_EQ(call("window::getWindowRect", argumentMap({{"processId", std::int64_t{1}}})), ChannelReply::success());
+  EXPECT_EQ(call("window::showWindow", argumentMap({{"windowHandle", std::int64_t{1}}, {"command", std::int64_t{1}}})),
+            ChannelReply::success(false));
+  EXPECT_EQ(call("window::getScreenBounds"),
+            ChannelReply::success(argumentMap({{"width", std::int32_t{0}}, {"height", std::int32_t{0}}})));
+  EXPECT_EQ(call("window::getScreenWorkingAreaDimensions"), ChannelReply::success(ChannelMap{}));
+  EXPECT_EQ(call("window::showAlert", argumentMap({{"title", "T"}, {"message", "M"}, {"timeout", std::int64_t{1}}})),
+            ChannelReply::success());
+  EXPECT_TRUE(call("assembly::getExecutingAssemblyPath").isSuccess());
+  EXPECT_EQ(host_.stop(), 0);
+  EXPECT_EQ(host_.output(), "Error: Could not retrieve window list from Core Graphics.\n");
 }
 
 }  // namespace
