@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <filesystem>
+#include <set>
+
 #include "embedding/incoming_budget.h"
 #include "tests/app/host_conversation.h"
-#include "tests/faults/process_readings.h"
 
 namespace quillon::testing {
 namespace {
@@ -19,7 +21,14 @@ std::vector<std::uint8_t> callFrame(std::uint32_t id, const std::string& method)
   return encodeMessageFrame(id, kNativeCommandChannel, StandardCodec::encodeMethodCall(MethodCall{method, {}}));
 }
 
-// A headless host and one connection it serves throughout.
+std::size_t countOccurrences(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) ++count;
+  return count;
+}
+
+// A headless host, one connection it serves throughout, and what /proc tells
+// about the host.
 class ConnectionFaultTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -46,6 +55,37 @@ class ConnectionFaultTest : public ::testing::Test {
     return ::prlimit(host_->pid(), RLIMIT_NOFILE, &limit, nullptr) == 0;
   }
 
+  std::string proc(const char* file) { return readFile("/proc/" + std::to_string(host_->pid()) + "/" + file); }
+
+  std::set<int> openDescriptors() {
+    std::set<int> numbers;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/" + std::to_string(host_->pid()) + "/fd")) {
+      numbers.insert(std::stoi(entry.path().filename().string()));
+    }
+    return numbers;
+  }
+
+  std::size_t residentBytes() {
+    std::size_t pages = 0;
+    std::sscanf(proc("statm").c_str(), "%*s %zu", &pages);
+    return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  }
+
+  // Processor time (user and system) as a share of one core over three seconds.
+  double coreShare() {
+    const auto ticks = [this] {
+      // The command name may hold blanks: the fields are read from after it.
+      const std::string stat = proc("stat");
+      unsigned long user = 0, system = 0;
+      std::sscanf(stat.c_str() + stat.rfind(')') + 2, "%*c %*s %*s %*s %*s %*s %*s %*s %*s %*s %*s %lu %lu", &user,
+                  &system);
+      return static_cast<double>(user + system);
+    };
+    const double before = ticks();
+    std::this_thread::sleep_for(3s);
+    return (ticks() - before) / static_cast<double>(3 * ::sysconf(_SC_CLK_TCK));
+  }
+
   std::unique_ptr<HostProcess> host_ = startedHost({.headless = true});
   std::unique_ptr<LinkClient> served_ = connectTo(*host_);
   rlimit original_{};
@@ -54,7 +94,7 @@ class ConnectionFaultTest : public ::testing::Test {
 TEST_F(ConnectionFaultTest, AtTheDescriptorLimitWaitingConnectionsAreClosedUnansweredWithOneLineAndNoSpinning) {
   // One descriptor left: for one more client.
   int lowestFree = 0;
-  for (const std::set<int> taken = openDescriptors(host_->pid()); taken.contains(lowestFree);) ++lowestFree;
+  for (const std::set<int> taken = openDescriptors(); taken.contains(lowestFree);) ++lowestFree;
   ASSERT_TRUE(limitDescriptors(static_cast<rlim_t>(lowestFree + 1)));
   auto last = connectTo(*host_);
   ASSERT_TRUE(last);
@@ -62,7 +102,7 @@ TEST_F(ConnectionFaultTest, AtTheDescriptorLimitWaitingConnectionsAreClosedUnans
 
   std::vector<std::unique_ptr<LinkClient>> waiting;
   for (int index = 0; index < 3; ++index) waiting.push_back(connectTo(*host_));
-  EXPECT_LT(coreShare(host_->pid(), 3), 0.1);
+  EXPECT_LT(coreShare(), 0.1);
   for (auto& client : waiting) EXPECT_TRUE(client && client->waitForClose(kAnswerTime));
   EXPECT_EQ(countOccurrences(host_->errorOutput(), kCannotAccept), 1u) << host_->errorOutput().substr(0, 2000);
 
@@ -71,9 +111,9 @@ TEST_F(ConnectionFaultTest, AtTheDescriptorLimitWaitingConnectionsAreClosedUnans
   expectServed(*last);
 
   // A client that leaves frees a descriptor for the next one.
-  const std::size_t held = openDescriptors(host_->pid()).size();
+  const std::size_t held = openDescriptors().size();
   last.reset();
-  ASSERT_TRUE(waitUntil([&] { return openDescriptors(host_->pid()).size() < held; }, kAnswerTime));
+  ASSERT_TRUE(waitUntil([&] { return openDescriptors().size() < held; }, kAnswerTime));
   auto next = connectTo(*host_);
   ASSERT_TRUE(next);
   expectServed(*next);
@@ -88,7 +128,7 @@ TEST_F(ConnectionFaultTest, WithoutAnyDescriptorConnectionsWaitQuietlyAndAreServ
   ASSERT_TRUE(limitDescriptors(3));
   auto waiting = connectTo(*host_);
   ASSERT_TRUE(waiting);
-  EXPECT_LT(coreShare(host_->pid(), 3), 0.1);
+  EXPECT_LT(coreShare(), 0.1);
   EXPECT_EQ(countOccurrences(host_->errorOutput(), kCannotAccept), 1u) << host_->errorOutput().substr(0, 2000);
   expectServed(*served_);
 
@@ -102,7 +142,7 @@ TEST_F(ConnectionFaultTest, ConnectionsWhoseUnfinishedFramesWouldPassTheBudgetAr
   constexpr std::size_t kMiB = 1024 * 1024;
   constexpr std::size_t kSent = 60 * kMiB;
   constexpr std::size_t kClients = 8;
-  [[maybe_unused]] const std::size_t residentAtStart = residentBytes(host_->pid());
+  [[maybe_unused]] const std::size_t residentAtStart = residentBytes();
   // A message of the largest size that wants no answer.
   const std::vector<std::uint8_t> frame =
       encodeMessageFrame(0, "quillon.test/large", std::vector<std::uint8_t>(kMaxFrameLength - 64, 0x42));
@@ -122,7 +162,7 @@ TEST_F(ConnectionFaultTest, ConnectionsWhoseUnfinishedFramesWouldPassTheBudgetAr
   // The kept frames' bytes, and what growing their buffers left behind. (Under
   // AddressSanitizer freed memory stays in its quarantine, so only the plain
   // build can tell.)
-  EXPECT_LT(residentBytes(host_->pid()), residentAtStart + kIncomingBudget + 96 * kMiB);
+  EXPECT_LT(residentBytes(), residentAtStart + kIncomingBudget + 96 * kMiB);
 #endif
   auto newcomer = connectTo(*host_);
   ASSERT_TRUE(newcomer);
@@ -135,7 +175,7 @@ TEST_F(ConnectionFaultTest, ConnectionsWhoseUnfinishedFramesWouldPassTheBudgetAr
 }
 
 TEST_F(ConnectionFaultTest, TheHostDropsClientsThatVanishAndServesTheOthers) {
-  const std::size_t descriptors = openDescriptors(host_->pid()).size();
+  const std::size_t descriptors = openDescriptors().size();
   std::vector<std::uint8_t> manyCalls;
   for (std::uint32_t id = 1; id <= 100'000; ++id) {
     const auto frame = callFrame(id, "assembly::getExecutingAssemblyPath");
@@ -155,7 +195,7 @@ TEST_F(ConnectionFaultTest, TheHostDropsClientsThatVanishAndServesTheOthers) {
     EXPECT_TRUE(vanishing->sendRaw(bytes, &error)) << error;
     vanishing.reset();
     expectServed(*served_);
-    EXPECT_TRUE(waitUntil([&] { return openDescriptors(host_->pid()).size() == descriptors; }, kAnswerTime));
+    EXPECT_TRUE(waitUntil([&] { return openDescriptors().size() == descriptors; }, kAnswerTime));
   }
   EXPECT_EQ(host_->stop(), 0);
 }

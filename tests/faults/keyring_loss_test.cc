@@ -8,7 +8,6 @@
 #include <sys/un.h>
 
 #include <csignal>
-#include <cstring>
 #include <map>
 
 #include "app/plugins/flutter_secure_storage_plugin.h"
@@ -19,43 +18,29 @@
 namespace quillon::testing {
 namespace {
 
-constexpr std::uint32_t kCalls = 200;
-
-constexpr const char* kSecretService = "org.freedesktop.secrets";
-
-// A question to the session bus itself, answered synchronously; the caller owns the answer.
-GVariant* askTheBus(GDBusConnection* bus, const char* method, GVariant* arguments, const char* answerType) {
-  return g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                                     method, arguments, G_VARIANT_TYPE(answerType), G_DBUS_CALL_FLAGS_NONE, 5000,
-                                     nullptr, nullptr);
-}
-
-// The process that serves the Secret Service on the session bus.
-std::optional<pid_t> keyringDaemon(GDBusConnection* bus) {
-  g_autoptr(GVariant) answer = askTheBus(bus, "GetConnectionUnixProcessID", g_variant_new("(s)", kSecretService), "(u)");
-  if (!answer) return std::nullopt;
-  guint32 pid = 0;
-  g_variant_get(answer, "(u)", &pid);
-  return static_cast<pid_t>(pid);
-}
-
-// Queues the test's connection for the service's name, which passes to it the
-// moment the daemon dies. Otherwise the bus would start a new daemon for the
-// next call, whose keyring is locked and can only be unlocked through a
-// prompt on a desktop, which the test has not: calls would wait for a person.
-// The test's connection answers every call with an error, as GDBus does for
-// objects nobody serves: the keyring stays gone.
-bool queueForTheServiceName(GDBusConnection* bus) {
-  g_autoptr(GVariant) answer = askTheBus(bus, "RequestName", g_variant_new("(su)", kSecretService, 0u), "(u)");
-  return answer != nullptr;
-}
-
 TEST(KeyringLossTest, CallsInFlightAreAnsweredOnceWhenTheKeyringIsKilled) {
+  constexpr std::uint32_t kCalls = 200;
   g_autoptr(GDBusConnection) bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
   ASSERT_TRUE(bus);
-  const auto daemon = keyringDaemon(bus);
-  ASSERT_TRUE(daemon) << "no Secret Service on the session bus";
-  ASSERT_TRUE(queueForTheServiceName(bus));
+  const auto askTheBus = [&](const char* method, GVariant* arguments) {
+    return g_dbus_connection_call_sync(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                       method, arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, 5000,
+                                       nullptr, nullptr);
+  };
+  // The process that serves the Secret Service on the session bus.
+  g_autoptr(GVariant) owner = askTheBus("GetConnectionUnixProcessID", g_variant_new("(s)", "org.freedesktop.secrets"));
+  ASSERT_TRUE(owner) << "no Secret Service on the session bus";
+  guint32 daemon = 0;
+  g_variant_get(owner, "(u)", &daemon);
+  // The test's connection queues for the service's name, which passes to it
+  // the moment the daemon dies, and answers every call with an error, as GDBus
+  // does for objects nobody serves: the keyring stays gone. Otherwise the bus
+  // would start a new daemon for the next call, whose keyring is locked and
+  // can only be unlocked through a prompt on a desktop, which the test has not:
+  // calls would wait for a person.
+  g_autoptr(GVariant) queued = askTheBus("RequestName", g_variant_new("(su)", "org.freedesktop.secrets", 0u));
+  ASSERT_TRUE(queued);
+
   auto host = startedHost({.headless = true});
   // A connection of the test's own, which reads every reply as it comes.
   UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -63,7 +48,6 @@ TEST(KeyringLossTest, CallsInFlightAreAnsweredOnceWhenTheKeyringIsKilled) {
   host->socketPath().copy(address.sun_path, sizeof address.sun_path - 1);
   ASSERT_EQ(::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   LinkPeer interface(std::move(socket));
-
   std::vector<std::uint8_t> writes;
   for (std::uint32_t id = 1; id <= kCalls; ++id) {
     const auto call = StandardCodec::encodeMethodCall(MethodCall{
@@ -72,8 +56,9 @@ TEST(KeyringLossTest, CallsInFlightAreAnsweredOnceWhenTheKeyringIsKilled) {
     writes.insert(writes.end(), frame.begin(), frame.end());
   }
   interface.send(writes);
-  ::kill(*daemon, SIGKILL);
+  ::kill(static_cast<pid_t>(daemon), SIGKILL);
 
+  // null for the writes the keyring finished, its failure for the others.
   std::map<std::uint32_t, int> answers;
   std::size_t failures = 0;
   while (auto reply = interface.receive(kAnswerTime)) {
