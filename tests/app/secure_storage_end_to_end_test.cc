@@ -8,8 +8,7 @@
 
 #include "app/plugins/flutter_secure_storage_plugin.h"
 #include "platform/linux/libsecret_secret_store.h"
-#include "tests/app/host_conversation.h"
-#include "tests/support/catalogue_end_to_end_test.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon::testing {
 namespace {
@@ -114,26 +113,22 @@ TEST_F(SecureStorageEndToEndTest, WrongArgumentsAndOtherNamesLeaveTheKeyringAlon
   ChannelMap numberKey;
   numberKey.set("key", "a");
   numberKey.set(std::int32_t{7}, "not a string key");
-  const auto withoutKey = ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"key\"");
-  std::vector<std::tuple<std::string, ChannelValue, ChannelReply>> cases;
   for (const char* method : {"write", "read", "containsKey", "delete"}) {
     for (const ChannelValue& arguments :
          {ChannelValue(), ChannelValue("a"), ChannelValue(ChannelList{"key", "a"}), argumentMap({{"options", kOptions}}),
           argumentMap({{"Key", "a"}, {"value", "1"}}), argumentMap({{"key", {}}, {"value", "1"}}),
           argumentMap({{"key", std::int32_t{1}}, {"value", "1"}}), argumentMap({{"key", ChannelList{"a"}}}),
           ChannelValue(numberKey)}) {
-      cases.emplace_back(method, arguments, withoutKey);
+      EXPECT_EQ(call(method, arguments), ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"key\""))
+          << method << ' ' << describe(arguments);
     }
   }
   for (const ChannelValue& value : {ChannelValue(), ChannelValue(std::int32_t{1}), ChannelValue(std::vector<std::uint8_t>{'2'})}) {
-    cases.emplace_back("write", argumentMap({{"key", "a"}, {"value", value}}),
-                       ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"value\""));
+    EXPECT_EQ(call("write", argumentMap({{"key", "a"}, {"value", value}})),
+              ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"value\""));
   }
   for (const char* method : {"Write", "readall", "deleteKey", "remove", "getAll", ""}) {
-    cases.emplace_back(method, argumentMap({{"key", "a"}}), ChannelReply::notImplemented());
-  }
-  for (const auto& [method, arguments, reply] : cases) {
-    EXPECT_EQ(call(method, arguments), reply) << method << ' ' << describe(arguments);
+    EXPECT_TRUE(call(method, argumentMap({{"key", "a"}})).isNotImplemented()) << method;
   }
   EXPECT_EQ(call("readAll"), ChannelReply::success(argumentMap({{"a", "1"}})));
 }

@@ -6,29 +6,15 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 
 #include "app/main_window_description.h"
-#include "tests/app/host_conversation.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon::testing {
 namespace {
 
 constexpr const char* kWindowChannel = "bitsdojo/window";
-
-// The output of a desktop tool, without its last line end.
-std::string tool(const std::string& command) {
-  std::string output;
-  if (FILE* pipe = ::popen((command + " 2>/dev/null").c_str(), "r")) {
-    char buffer[4096];
-    while (size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) output.append(buffer, count);
-    ::pclose(pipe);
-  }
-  if (output.ends_with('\n')) output.pop_back();
-  return output;
-}
 
 // Polls `probe` until it answers `expected` or the time is up; answers the last value seen.
 template <typename Probe>
@@ -48,18 +34,18 @@ std::string pixels(std::initializer_list<std::int64_t> points) {
   return text;
 }
 
-bool windowManagerSupports(const std::string& hint) {
-  return (tool("xprop -root _NET_SUPPORTED") + ",").find(" " + hint + ",") != std::string::npos;
-}
-
-const std::string kFocus = "xdotool getwindowfocus";
-
 class DesktopHostTest : public HostConversationTest {
  protected:
   void SetUp() override {
     const char* display = std::getenv("DISPLAY");
     ASSERT_TRUE(display != nullptr && *display != '\0') << "these tests need an X display (scripts/with-desktop)";
     start({});
+  }
+
+  // The output of a desktop tool, without its last line end.
+  std::string tool(const std::string& command) const {
+    std::string output = runTool("/bin/sh", {"-c", command}, {}, host_->directory()).output;
+    return output.ends_with('\n') ? output.substr(0, output.size() - 1) : output;
   }
 
   // The host's visible window ids, one a line; empty while none is shown.
@@ -81,14 +67,12 @@ class DesktopHostTest : public HostConversationTest {
   }
 
   ChannelReply showWindow(const std::string& window, std::int64_t command) {
-    ChannelMap arguments;
-    arguments.set("windowHandle", std::int64_t{std::stoll(window)});
-    arguments.set("command", command);
+    const ChannelValue arguments = argumentMap({{"windowHandle", std::int64_t{std::stoll(window)}}, {"command", command}});
     return callHost(*interface_, kNativeCommandChannel, "window::showWindow", arguments);
   }
 
   // "x y" or "x y width height" of the window's own area on the screen, device pixels.
-  static std::string geometry(const std::string& window, bool withSize = true) {
+  std::string geometry(const std::string& window, bool withSize = true) {
     return tool("xwininfo -id " + window +
                 " | awk '/Absolute upper-left X/{x=$4} /Absolute upper-left Y/{y=$4} /Width:/{w=$2} "
                 "/Height:/{h=$2} END{print x, y" + (withSize ? ", w, h" : "") + "}'");
@@ -96,15 +80,15 @@ class DesktopHostTest : public HostConversationTest {
 
   // Moves the window as a window manager or a pager would, to (x, y) points;
   // whether it got there (a window manager may refuse other clients' moves).
-  static bool movedTo(const std::string& window, std::int64_t x, std::int64_t y) {
+  bool movedTo(const std::string& window, std::int64_t x, std::int64_t y) {
     tool("xdotool windowmove " + window + " " + pixels({x, y}));
     return settled([&] { return geometry(window, false); }, pixels({x, y}), 5s) == pixels({x, y});
   }
 
   // Gives the window the keyboard; whether the desktop did.
-  static bool focused(const std::string& window) {
+  bool focused(const std::string& window) {
     tool("xdotool windowactivate --sync " + window);
-    return settled([] { return tool(kFocus); }, window) == window;
+    return settled([&] { return tool("xdotool getwindowfocus"); }, window) == window;
   }
 };
 
@@ -140,7 +124,7 @@ TEST_F(DesktopHostTest, ShownItHasTheDescribedFrameNoTitleBarAndTheDesktopEntrys
     EXPECT_THAT(placed, ::testing::EndsWith(" " + pixels({frame.width, frame.height})));
   }
   // No frame from the window manager, where it says what it draws (Weston's XWayland manager does not).
-  if (windowManagerSupports("_NET_FRAME_EXTENTS")) {
+  if ((tool("xprop -root _NET_SUPPORTED") + ",").find(" _NET_FRAME_EXTENTS,") != std::string::npos) {
     EXPECT_EQ(tool("xprop -id " + window + " _NET_FRAME_EXTENTS"), "_NET_FRAME_EXTENTS(CARDINAL) = 0, 0, 0, 0");
   }
   EXPECT_EQ(tool("xprop -id " + window + " _MOTIF_WM_HINTS"),
@@ -148,12 +132,7 @@ TEST_F(DesktopHostTest, ShownItHasTheDescribedFrameNoTitleBarAndTheDesktopEntrys
   const std::string windowClass = kMainWindowDescription.windowClass;
   EXPECT_EQ(tool("xprop -id " + window + " WM_CLASS"),
             "WM_CLASS(STRING) = \"" + std::string(kMainWindowDescription.programName) + "\", \"" + windowClass + "\"");
-  std::ifstream entry(QUILLON_DESKTOP_ENTRY);
-  std::vector<std::string> named;
-  for (std::string line; std::getline(entry, line);) {
-    if (line.starts_with("StartupWMClass=")) named.push_back(line.substr(line.find('=') + 1));
-  }
-  EXPECT_EQ(named, std::vector<std::string>{windowClass});
+  EXPECT_THAT(readFile(QUILLON_DESKTOP_ENTRY), ::testing::HasSubstr("\nStartupWMClass=" + windowClass + "\n"));
 }
 
 // Moved from outside (as a window manager or a pager moves it) to where a
@@ -213,7 +192,7 @@ TEST_F(DesktopHostTest, ASecondLaunchBringsTheShownWindowForwardAndEndsWithZero)
   EXPECT_EQ(tool("xprop -id " + window + " _NET_STARTUP_ID"), "_NET_STARTUP_ID(UTF8_STRING) = \"second-launch_TIME0\"");
   EXPECT_TRUE(running(*host_));
   if (!keyboardMoves) GTEST_SKIP() << "the desktop gives no window the keyboard: where it goes is not checked";
-  EXPECT_EQ(settled([] { return tool(kFocus); }, window), window);
+  EXPECT_EQ(settled([&] { return tool("xdotool getwindowfocus"); }, window), window);
 }
 
 }  // namespace

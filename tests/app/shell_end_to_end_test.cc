@@ -14,7 +14,7 @@
 
 #include "app/plugins/flutter_secure_storage_plugin.h"
 #include "app/plugins/url_launcher_plugin.h"
-#include "tests/app/host_conversation.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon::testing {
 namespace {

@@ -100,6 +100,30 @@ struct FakeShell {
   FailingSecretStore secrets;
 };
 
+// The host's objects, its main window absent (no display), hidden or shown,
+// not woken yet.
+enum class Window { none, hidden, shown };
+
+struct RunningHost {
+  explicit RunningHost(Window state = Window::none) {
+    native.visible = state == Window::shown;
+    window.emplace(state == Window::none ? nullptr : std::make_unique<FakeNativeWindow>(native), shell.setup());
+    application.setMainFlutterWindow(&*window);
+  }
+
+  ChannelReply call(const char* on, const std::string& method, ChannelValue arguments = {}) {
+    return shell.messenger.deliver(on, MethodCall{method, std::move(arguments)});
+  }
+
+  FakeShell shell;
+  FakeMainLoop loop;
+  AppDelegate delegate;
+  Application application{delegate, loop};
+  WindowState native;
+  std::optional<MainFlutterWindow> window;
+  std::optional<InstanceChannel> channel{std::in_place, shell.messenger, application};
+};
+
 using Sent = std::vector<std::pair<std::string, std::vector<std::uint8_t>>>;
 
 // `count` close requests: null arguments, on the close channel, wanting no reply.
@@ -111,73 +135,63 @@ Sent closeRequests(std::size_t count) {
 class CloseHandshakeTest : public ::testing::Test {
  protected:
   CloseHandshakeTest() {
-    window_.awakeFromNib();
-    application_.setMainFlutterWindow(&window_);
-    application_.finishLaunching();
+    host_.window->awakeFromNib();
+    host_.application.finishLaunching();
   }
 
-  ChannelReply interfaceCalls(const std::string& method, ChannelValue arguments = {}) {
-    return shell_.messenger.deliver(kAppCloseChannel, MethodCall{method, std::move(arguments)});
-  }
-
-  FakeShell shell_;
-  FakeMainLoop loop_;
-  AppDelegate delegate_;
-  Application application_{delegate_, loop_};
-  MainFlutterWindow window_{nullptr, shell_.setup()};
+  RunningHost host_;
+  Application& application_ = host_.application;
+  const Sent& sent_ = host_.shell.messenger.sent;
+  const std::vector<int>& quits_ = host_.loop.quits;
 };
 
 // No count and no time-out: each request, the last window's closing among
 // them, is offered once and refused.
 TEST_F(CloseHandshakeTest, EachTerminationRequestWhileGuardedOffersTheQuitAndIsRefused) {
   application_.terminate();
-  EXPECT_EQ(shell_.messenger.sent, closeRequests(1));
+  EXPECT_EQ(sent_, closeRequests(1));
   application_.lastWindowClosed();
   application_.terminate();
-  EXPECT_EQ(shell_.messenger.sent, closeRequests(3));
-  EXPECT_TRUE(loop_.quits.empty());
-  EXPECT_FALSE(delegate_.shouldTerminate());
+  EXPECT_EQ(sent_, closeRequests(3));
+  EXPECT_TRUE(quits_.empty());
+  EXPECT_FALSE(host_.delegate.shouldTerminate());
 }
 
 // forceQuitApp (arguments ignored) releases for good: it ends the loop with
 // 0, harmlessly again when sent twice, and a later request is granted unasked.
 TEST_F(CloseHandshakeTest, ForceQuitReleasesForGood) {
-  EXPECT_EQ(interfaceCalls("forceQuitApp", ChannelValue("ignored")), ChannelReply::success());
-  EXPECT_TRUE(delegate_.shouldTerminate());
-  EXPECT_EQ(loop_.quits, std::vector<int>{0});
-  EXPECT_EQ(interfaceCalls("forceQuitApp"), ChannelReply::success());
+  EXPECT_EQ(host_.call(kAppCloseChannel, "forceQuitApp", "ignored"), ChannelReply::success());
+  EXPECT_TRUE(host_.delegate.shouldTerminate());
+  EXPECT_EQ(quits_, std::vector<int>{0});
+  EXPECT_EQ(host_.call(kAppCloseChannel, "forceQuitApp"), ChannelReply::success());
   application_.terminate();
-  EXPECT_EQ(loop_.quits, (std::vector<int>{0, 0, 0}));
-  EXPECT_TRUE(shell_.messenger.sent.empty());
+  EXPECT_EQ(quits_, (std::vector<int>{0, 0, 0}));
+  EXPECT_TRUE(sent_.empty());
 }
 
 TEST_F(CloseHandshakeTest, OtherNamesAnswerNotImplementedAndChangeNothing) {
   for (const char* method : {"ForceQuitApp", "forcequitapp", "forceQuitApp ", " forceQuitApp", "forceQuit",
                              "onAppCloseRequested", "terminate", ""}) {
-    EXPECT_EQ(interfaceCalls(method), ChannelReply::notImplemented()) << '"' << method << '"';
+    EXPECT_EQ(host_.call(kAppCloseChannel, method), ChannelReply::notImplemented()) << '"' << method << '"';
   }
-  EXPECT_TRUE(loop_.quits.empty());
+  EXPECT_TRUE(quits_.empty());
   application_.terminate();
-  EXPECT_EQ(shell_.messenger.sent, closeRequests(1));
+  EXPECT_EQ(sent_, closeRequests(1));
 }
 
 // Without a main window, or before it has its view, there is no engine: no
 // close channel, nothing sent, every request refused.
 TEST(AppDelegateTest, WithoutAnEngineRequestsAreRefusedSilently) {
-  FakeShell shell;
-  MainFlutterWindow unwoken{nullptr, shell.setup()};
-  for (MainFlutterWindow* window : {static_cast<MainFlutterWindow*>(nullptr), &unwoken}) {
-    FakeMainLoop loop;
-    AppDelegate delegate;
-    Application application(delegate, loop);
-    application.setMainFlutterWindow(window);
-    application.finishLaunching();
-    EXPECT_EQ(delegate.applicationShouldTerminate(application), TerminateReply::cancel);
-    application.terminate();
-    EXPECT_TRUE(loop.quits.empty());
+  for (const bool withWindow : {false, true}) {
+    RunningHost host;
+    if (!withWindow) host.application.setMainFlutterWindow(nullptr);
+    host.application.finishLaunching();
+    EXPECT_EQ(host.delegate.applicationShouldTerminate(host.application), TerminateReply::cancel);
+    host.application.terminate();
+    EXPECT_TRUE(host.loop.quits.empty());
+    EXPECT_FALSE(host.shell.messenger.hasHandler(kAppCloseChannel));
+    EXPECT_TRUE(host.shell.messenger.sent.empty());
   }
-  EXPECT_TRUE(shell.messenger.handlers.empty());
-  EXPECT_TRUE(shell.messenger.sent.empty());
 }
 
 // What each plug-in found in place when it was registered. A plug-in entry is
@@ -218,43 +232,18 @@ TEST(MainWindowSetupTest, TheCommandChannelAndTheProcessManagerComeBeforeThePlug
 
 // A reason that is not UTF-8 (a file name, say) could not travel: it is repaired.
 TEST(SecureStoragePluginTest, AFailingKeyringsReasonIsAnsweredRepaired) {
-  FakeShell shell;
-  shell.secrets.reason = "No such file: /home/caf\xE9";
-  MainFlutterWindow window(nullptr, shell.setup());
-  window.awakeFromNib();
+  RunningHost host;
+  host.shell.secrets.reason = "No such file: /home/caf\xE9";
+  host.window->awakeFromNib();
   ChannelMap arguments;
   arguments.set("key", "a");
   arguments.set("value", "1");
   for (const char* method : {"write", "read", "containsKey", "delete", "readAll", "deleteAll"}) {
-    EXPECT_EQ(shell.messenger.deliver(FlutterSecureStoragePlugin::kChannel, {method, arguments}),
+    EXPECT_EQ(host.call(FlutterSecureStoragePlugin::kChannel, method, arguments),
               ChannelReply::error("SECRET_STORE_ERROR", "No such file: /home/caf\uFFFD"))
         << method;
   }
 }
-
-// A second launch handed over on the instance channel, with the main window
-// absent, hidden and shown.
-enum class Window { none, hidden, shown };
-
-struct RunningHost {
-  explicit RunningHost(Window state) {
-    native.visible = state == Window::shown;
-    if (state != Window::none) window.emplace(std::make_unique<FakeNativeWindow>(native), shell.setup());
-    application.setMainFlutterWindow(window ? &*window : nullptr);
-  }
-
-  ChannelReply launch(const std::string& method, ChannelValue arguments) {
-    return shell.messenger.deliver(InstanceChannel::kName, MethodCall{method, std::move(arguments)});
-  }
-
-  FakeShell shell;
-  FakeMainLoop loop;
-  AppDelegate delegate;
-  Application application{delegate, loop};
-  WindowState native;
-  std::optional<MainFlutterWindow> window;
-  std::optional<InstanceChannel> channel{std::in_place, shell.messenger, application};
-};
 
 ChannelValue startupId(ChannelValue id) {
   ChannelMap arguments;
@@ -262,14 +251,15 @@ ChannelValue startupId(ChannelValue id) {
   return arguments;
 }
 
-// Only a shown window comes forward; a hidden one's launch notification is ended.
+// A second launch handed over on the instance channel: only a shown window
+// comes forward; a hidden one's launch notification is ended.
 TEST(InstanceChannelTest, ActivateBringsOnlyAShownWindowForwardAndEndsAHiddenOnesLaunch) {
   for (const Window state : {Window::none, Window::hidden, Window::shown}) {
     SCOPED_TRACE(static_cast<int>(state));
     RunningHost host(state);
     const bool shown = state == Window::shown;
-    EXPECT_EQ(host.launch("activate", startupId("launch-1_TIME42")), ChannelReply::success(shown));
-    EXPECT_EQ(host.launch("activate", ChannelValue()), ChannelReply::success(shown));
+    EXPECT_EQ(host.call(InstanceChannel::kName, "activate", startupId("launch-1_TIME42")), ChannelReply::success(shown));
+    EXPECT_EQ(host.call(InstanceChannel::kName, "activate"), ChannelReply::success(shown));
     const std::vector<std::string> bothLaunches{"launch-1_TIME42", ""};
     EXPECT_EQ(host.native.broughtForward, shown ? bothLaunches : std::vector<std::string>{});
     EXPECT_EQ(host.native.notificationsEnded, state == Window::hidden ? bothLaunches : std::vector<std::string>{});
@@ -283,11 +273,12 @@ TEST(InstanceChannelTest, WrongArgumentsAndOtherNamesChangeNothing) {
     RunningHost host(state);
     for (const ChannelValue& arguments :
          {ChannelValue("launch-1"), startupId(7), startupId(ChannelValue()), ChannelValue(ChannelMap())}) {
-      EXPECT_EQ(host.launch("activate", arguments), ChannelReply::error("INVALID_ARGUMENT", "Expected startupId"))
+      EXPECT_EQ(host.call(InstanceChannel::kName, "activate", arguments),
+                ChannelReply::error("INVALID_ARGUMENT", "Expected startupId"))
           << describe(arguments);
     }
-    EXPECT_TRUE(host.launch("Activate", ChannelValue()).isNotImplemented());
-    EXPECT_TRUE(host.launch("showWindow", ChannelValue()).isNotImplemented());
+    EXPECT_TRUE(host.call(InstanceChannel::kName, "Activate").isNotImplemented());
+    EXPECT_TRUE(host.call(InstanceChannel::kName, "showWindow").isNotImplemented());
     EXPECT_TRUE(host.native.broughtForward.empty() && host.native.notificationsEnded.empty());
     // The handler goes with the channel.
     host.channel.reset();

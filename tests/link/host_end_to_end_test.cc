@@ -3,8 +3,7 @@
 
 #include <filesystem>
 
-#include "tests/app/host_conversation.h"
-#include "tests/support/scripted_host.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon::testing {
 namespace {
@@ -45,8 +44,7 @@ TEST(HostEndToEndTest, ALiveHostThatDoesNotTakeTheLaunchLeavesTheSecondAtStatusO
           std::string error;
           received = client.nextMessage(kAnswerTime, &error);
           if (received) client.sendRaw(encodeReplyFrame(received->id, {}), &error);
-        },
-        /*passOverProbes=*/true);
+        });
     const auto second = host.spawnHost("second", {{"DESKTOP_STARTUP_ID", "launch-2_TIME7"}});
     EXPECT_EQ(second->waitExit(kAnswerTime), 1);
   }

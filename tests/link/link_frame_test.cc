@@ -1,5 +1,6 @@
 // The frame format's exact bytes. (That frames read whole and in pieces agree,
-// and encode back to their bytes, is the fuzz target's: fuzz/fuzz_frames.cc.)
+// and encode back to their bytes, is the fuzz target's: fuzz/fuzz_frames.cc;
+// frames that arrive byte by byte: link_messenger_test.cc.)
 #include "embedding/link_frame.h"
 
 #include <gtest/gtest.h>
@@ -27,14 +28,6 @@ TEST(LinkFrameTest, MessageFrameLaysOutLengthKindIdNameAndPayload) {
 TEST(LinkFrameTest, ReplyFrameCarriesThePayloadOnly) {
   EXPECT_EQ(encodeReplyFrame(7, bytesOf({0})), bytesOf({6, 0, 0, 0, 2, 7, 0, 0, 0, 0}));
   EXPECT_EQ(encodeReplyFrame(7, {}), bytesOf({5, 0, 0, 0, 2, 7, 0, 0, 0}));
-}
-
-TEST(LinkFrameTest, IncompleteInputWaitsForMore) {
-  const Bytes frame = encodeMessageFrame(5, "chan", bytesOf({1, 2, 3}));
-  for (std::size_t size = 0; size < frame.size(); ++size) {
-    const FrameParse parse = parseFrame(std::span(frame).first(size));
-    EXPECT_EQ(parse.status, FrameParse::Status::incomplete) << "with " << size << " bytes";
-  }
 }
 
 TEST(LinkFrameTest, BrokenFramingIsRefusedWithAReason) {

@@ -7,7 +7,6 @@
 
 #include "channel/standard_codec.h"
 #include "tests/support/host_process.h"
-#include "tests/support/scripted_host.h"
 
 namespace quillon::testing {
 namespace {

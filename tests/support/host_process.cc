@@ -1,5 +1,6 @@
 #include "tests/support/host_process.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -12,18 +13,43 @@
 #include "base/unique_fd.h"
 #include "channel/channel_names.h"
 #include "channel/standard_codec.h"
-#include "tools/link_client.h"
 
 namespace quillon::testing {
 
 namespace fs = std::filesystem;
 
-bool acceptsConnections(const std::string& path) {
+namespace {
+
+sockaddr_un addressOf(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+  return address;
+}
+
+}  // namespace
+
+bool acceptsConnections(const std::string& path) {
+  const sockaddr_un address = addressOf(path);
   UniqueFd probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   return ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+ScriptedHost::ScriptedHost(const std::string& socketPath, std::function<void(LinkClient& client)> script) {
+  const sockaddr_un address = addressOf(socketPath);
+  listener_.reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const bool listening = ::bind(listener_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+                         ::listen(listener_.get(), 4) == 0;
+  thread_ = std::thread([this, script = std::move(script), listening] {
+    for (pollfd pending{listener_.get(), POLLIN, 0}; listening && ::poll(&pending, 1, 20'000) == 1;) {
+      UniqueFd accepted(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+      pollfd peer{accepted.get(), POLLIN, 0};
+      char byte;
+      if (::poll(&peer, 1, 20'000) == 1 && ::recv(accepted.get(), &byte, 1, MSG_PEEK) == 0) continue;  // A probe.
+      LinkClient client(std::move(accepted));
+      return script(client);
+    }
+  });
 }
 
 HostProcess::HostProcess(Layout layout) : layout_(layout) {

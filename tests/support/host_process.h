@@ -1,18 +1,22 @@
 // HostProcess: the built host started for an end-to-end test in a bundle of its
 // own: a temporary directory holding a copy of the host executable, its data/
 // directory (with or without the two helpers) and the socket's directory.
+// ScriptedHost: a stand-in host for testing clients.
 //
 // Contract: the temporary directory and the host go away with this object; the
-// host is stopped (SIGTERM, then SIGKILL after a deadline) and reaped.
+// host is stopped ("forceQuitApp", then SIGKILL after a deadline) and reaped.
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/support/child_process.h"
+#include "tools/link_client.h"
 
 namespace quillon::testing {
 
@@ -68,6 +72,22 @@ class HostProcess {
   std::string directory_;
   std::string socketPath_;
   std::unique_ptr<ChildProcess> host_;
+};
+
+// Listens on `socketPath`, accepts one connection and runs `script` against it
+// on a thread of its own. Connections that close without a word (a starting
+// host's probe of whether the socket is live) are passed over. The destructor
+// waits for the script; a script that finds no client within 20 s is not run.
+class ScriptedHost {
+ public:
+  ScriptedHost(const std::string& socketPath, std::function<void(LinkClient& client)> script);
+  ScriptedHost(const ScriptedHost&) = delete;
+  ScriptedHost& operator=(const ScriptedHost&) = delete;
+  ~ScriptedHost() { thread_.join(); }
+
+ private:
+  UniqueFd listener_;
+  std::thread thread_;
 };
 
 }  // namespace quillon::testing

@@ -1,0 +1,117 @@
+// The interface's side of a conversation with a built host: start it, connect,
+// call, and read what the host sends on its own; and the fixtures of the
+// end-to-end tests. Every wait has a deadline.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "channel/channel_names.h"
+#include "channel/standard_codec.h"
+#include "tests/support/host_process.h"
+#include "tools/link_client.h"
+
+namespace quillon::testing {
+
+using namespace std::chrono_literals;
+
+// An arguments map with string keys, in the order given.
+inline ChannelValue argumentMap(std::initializer_list<std::pair<std::string, ChannelValue>> entries) {
+  ChannelMap map;
+  for (const auto& [key, value] : entries) map.set(ChannelValue(key), value);
+  return map;
+}
+
+inline constexpr auto kAnswerTime = 20s;
+
+// A started host that serves its socket.
+inline std::unique_ptr<HostProcess> startedHost(HostProcess::Layout layout) {
+  auto host = std::make_unique<HostProcess>(layout);
+  host->start();
+  EXPECT_TRUE(host->waitReady()) << host->errorOutput();
+  return host;
+}
+
+inline std::unique_ptr<LinkClient> connectTo(const HostProcess& host) {
+  std::string error;
+  auto client = LinkClient::connect(host.socketPath(), &error);
+  EXPECT_TRUE(client) << error;
+  return client;
+}
+
+inline bool running(HostProcess& host) { return !host.waitExit(0ms); }
+
+// A call on `channel` and its answer; fails the test when none comes.
+inline ChannelReply callHost(LinkClient& client, const std::string& channel, const std::string& method,
+                             ChannelValue arguments = {}) {
+  std::string error;
+  std::optional<ChannelReply> reply = client.call(channel, MethodCall{method, std::move(arguments)}, kAnswerTime, &error);
+  if (!reply) ADD_FAILURE() << method << ": " << error;
+  return reply.value_or(ChannelReply::error("TEST", error));
+}
+
+// The next call the host makes on its own, as "channel method(arguments)",
+// ending " wanting a reply" when it wants one; nothing within `timeout`.
+inline std::optional<std::string> nextHostCall(LinkClient& client, std::chrono::milliseconds timeout = kAnswerTime) {
+  std::string error;
+  const std::optional<LinkClient::HostMessage> message = client.nextMessage(timeout, &error);
+  if (!message) return std::nullopt;
+  const std::optional<MethodCall> call = StandardCodec::decodeMethodCall(message->payload, &error);
+  if (!call) return "undecodable: " + error;
+  return message->channel + " " + call->method + "(" + describe(call->arguments) + ")" +
+         (message->id != 0 ? " wanting a reply" : "");
+}
+
+inline const std::string kCloseRequest = std::string(kAppCloseChannel) + " onAppCloseRequested(" + describe(ChannelValue()) + ")";
+
+// After a round trip on the command channel, nothing is pending from the host:
+// whatever it sent before answering has arrived.
+inline void expectNoFurtherHostCalls(LinkClient& client) {
+  EXPECT_TRUE(callHost(client, kNativeCommandChannel, "assembly::getExecutingAssemblyPath").isSuccess());
+  EXPECT_EQ(nextHostCall(client, 0ms), std::nullopt);
+}
+
+// A started host and the interface's connection to it, on which a first round
+// trip is made: the host sends to the connections it has accepted.
+class HostConversationTest : public ::testing::Test {
+ protected:
+  void start(HostProcess::Layout layout) {
+    host_ = startedHost(layout);
+    interface_ = connectTo(*host_);
+    ASSERT_TRUE(interface_);
+    ASSERT_TRUE(callHost(*interface_, kNativeCommandChannel, "assembly::getExecutingAssemblyPath").isSuccess());
+  }
+
+  std::unique_ptr<HostProcess> host_;
+  std::unique_ptr<LinkClient> interface_;
+};
+
+// The fixture of the end-to-end tests of the command catalogue: a built host
+// started for each test, one interface connected to it, and calls on the
+// native command channel.
+class CatalogueEndToEndTest : public ::testing::Test {
+ protected:
+  explicit CatalogueEndToEndTest(HostProcess::Layout layout = {}) : host_(layout) {}
+
+  void SetUp() override {
+    host_.start();
+    ASSERT_TRUE(host_.waitReady()) << host_.errorOutput();
+    client_ = connectTo(host_);
+    ASSERT_TRUE(client_);
+  }
+
+  ChannelReply call(const std::string& method, ChannelValue arguments = {}) {
+    return callHost(*client_, kNativeCommandChannel, method, std::move(arguments));
+  }
+
+  HostProcess host_;
+  std::unique_ptr<LinkClient> client_;
+};
+
+}  // namespace quillon::testing
