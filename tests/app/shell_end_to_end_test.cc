@@ -87,20 +87,19 @@ TEST_F(HeadlessHostTest, SigintEndsTheHostAtOnce) {
   EXPECT_EQ(nextHostCall(*interface_, 0ms), std::nullopt);
 }
 
-// Without a Secret Service to reach, each secure-storage call is answered with
-// GIO's reason, and the host goes on.
+// Without a session bus to reach a Secret Service on (its address is not even
+// one), each secure-storage call is answered with GIO's reason, its bytes that
+// are not UTF-8 repaired, and the host goes on.
 TEST(SecureStorageEndToEndTest, WithoutASessionBusEachCallIsAnsweredWithTheReason) {
-  auto host = startedHost({.headless = true, .environment = {{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus"}}});
+  auto host = startedHost({.headless = true, .environment = {{"DBUS_SESSION_BUS_ADDRESS", "caf\xE9:x=1"}}});
   const auto interface = connectTo(*host);
   ASSERT_TRUE(interface);
-  ChannelMap arguments;
-  arguments.set("key", "a");
-  arguments.set("value", "1");
   for (const char* method : {"write", "read", "containsKey", "delete", "readAll", "deleteAll"}) {
-    const ChannelReply reply = callHost(*interface, FlutterSecureStoragePlugin::kChannel, method, arguments);
+    const ChannelReply reply = callHost(*interface, FlutterSecureStoragePlugin::kChannel, method,
+                                        argumentMap({{"key", "a"}, {"value", "1"}}));
     ASSERT_TRUE(reply.isError()) << method;
     EXPECT_EQ(reply.error().code, "SECRET_STORE_ERROR");
-    EXPECT_TRUE(reply.error().message.starts_with("Could not connect: ")) << reply.error().message;
+    EXPECT_NE(reply.error().message.find("caf\uFFFD:x=1"), std::string::npos) << reply.error().message;
   }
   EXPECT_EQ(host->stop(), 0);
 }
@@ -126,9 +125,7 @@ TEST(UrlLauncherEndToEndTest, CanLaunchAndLaunchThroughTheDesktopsHandlers) {
   const auto interface = connectTo(host);
   ASSERT_TRUE(interface);
   const auto call = [&](const char* method, ChannelValue url) {
-    ChannelMap arguments;
-    arguments.set("url", std::move(url));
-    return callHost(*interface, UrlLauncherPlugin::kChannel, method, arguments);
+    return callHost(*interface, UrlLauncherPlugin::kChannel, method, argumentMap({{"url", std::move(url)}}));
   };
 
   EXPECT_EQ(call("canLaunch", "quillon-test://host/path"), ChannelReply::success(true));
@@ -139,9 +136,7 @@ TEST(UrlLauncherEndToEndTest, CanLaunchAndLaunchThroughTheDesktopsHandlers) {
   ASSERT_TRUE(failed.isError());
   EXPECT_EQ(failed.error().code, "Launch Error");
   EXPECT_TRUE(failed.error().message.starts_with("Failed to launch URL: ")) << failed.error().message;
-  for (const ChannelValue& url : {ChannelValue(), ChannelValue(std::int32_t{7})}) {
-    EXPECT_EQ(call("launch", url), ChannelReply::error("INVALID_ARGUMENT", "Expected url"));
-  }
+  EXPECT_EQ(call("launch", std::int32_t{7}), ChannelReply::error("INVALID_ARGUMENT", "Expected url"));
   EXPECT_EQ(callHost(*interface, UrlLauncherPlugin::kChannel, "canLaunch", "quillon-test://host"),
             ChannelReply::error("INVALID_ARGUMENT", "Expected url"));
   EXPECT_TRUE(call("launchUrl", "quillon-test://host").isNotImplemented());

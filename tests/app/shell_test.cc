@@ -1,12 +1,11 @@
-// The shell through fakes: the close handshake, the main window's set-up, the
-// hand-over of a second launch, and what a failing keyring answers.
+// The shell through fakes: the close handshake, the main window's set-up and
+// the hand-over of a second launch.
 #include <gtest/gtest.h>
 
 #include "app/app_delegate.h"
 #include "app/application.h"
 #include "app/instance_channel.h"
 #include "app/main_flutter_window.h"
-#include "app/plugins/flutter_secure_storage_plugin.h"
 #include "app/view_engine.h"
 #include "bundle/assembly_data.h"
 #include "channel/channel_names.h"
@@ -14,7 +13,8 @@
 #include "tests/identity/fake_identity_platform.h"
 #include "tests/support/capturing_diagnostics.h"
 #include "tests/support/fake_messenger.h"
-#include "tests/window/fake_desktop.h"
+#include "tests/support/fake_window_list.h"
+#include "window/window_services.h"
 
 namespace quillon {
 namespace {
@@ -48,8 +48,19 @@ struct FakeMainLoop final : MainLoop {
   std::vector<int> quits;
 };
 
-// The desktop of the plug-ins: no URL handlers, and a keyring that fails
-// every operation with `reason`. (The built host is tested with the real ones.)
+// A desktop without windows, screens or alerts, for the window commands, and
+// the desktop of the plug-ins: no URL handlers and no keyring. (The built host
+// is tested with the real ones.)
+struct NoDesktop final : HostWindows, Screens, TextMeasurer, AlertWindowFactory, MainQueue {
+  std::vector<std::unique_ptr<HostWindow>> windows() override { return {}; }
+  std::unique_ptr<HostWindow> keyWindow() override { return nullptr; }
+  std::optional<ScreenFrames> mainScreen() override { return std::nullopt; }
+  double heightOf(std::string_view, double, const SystemFont&) override { return 0; }
+  std::unique_ptr<AlertWindow> create(const AlertWindowStyle&) override { return nullptr; }
+  void post(Job) override {}
+  void postAfter(std::chrono::seconds, Job) override {}
+};
+
 struct NoUrlHandlers final : UrlOpener {
   bool canOpen(const std::string&) const override { return false; }
   std::optional<std::string> open(const std::string&) override { return "no handlers in this test"; }
@@ -61,7 +72,7 @@ struct FailingSecretStore final : SecretStore {
   void remove(const std::string&, Completion<Done> done) override { done(Failure{reason}); }
   void list(Completion<Entries> done) override { done(Failure{reason}); }
   void removeAll(Completion<Done> done) override { done(Failure{reason}); }
-  std::string reason = "no keyring in this test";
+  const std::string reason = "no keyring in this test";
 };
 
 struct FakeEngine final : ViewEngine {
@@ -82,7 +93,7 @@ struct FakeShell {
     return {std::make_unique<FakeEngine>(messenger),
             [this] { return ++processManagersMade, nullptr; },
             [this](std::function<ProcessManager&()> processManager) {
-              return CommandServices{std::move(processManager), desktop.services, identity.services, environment};
+              return CommandServices{std::move(processManager), window, identity.services, environment};
             },
             PluginServices{urls, secrets},
             plugins};
@@ -94,7 +105,9 @@ struct FakeShell {
   testing::FakeFiles files;
   testing::CapturingDiagnostics diagnostics;
   BundleEnvironment environment{bundle, files, diagnostics};
-  testing::FakeDesktop desktop;
+  testing::FakeWindowList windowList;
+  NoDesktop desktop;
+  WindowServices window{windowList, desktop, desktop, desktop, desktop, desktop, diagnostics};
   testing::FakeIdentityPlatform identity;
   NoUrlHandlers urls;
   FailingSecretStore secrets;
@@ -230,21 +243,6 @@ TEST(MainWindowSetupTest, TheCommandChannelAndTheProcessManagerComeBeforeThePlug
   EXPECT_FALSE(shell.messenger.hasHandler(kNativeCommandChannel));
 }
 
-// A reason that is not UTF-8 (a file name, say) could not travel: it is repaired.
-TEST(SecureStoragePluginTest, AFailingKeyringsReasonIsAnsweredRepaired) {
-  RunningHost host;
-  host.shell.secrets.reason = "No such file: /home/caf\xE9";
-  host.window->awakeFromNib();
-  ChannelMap arguments;
-  arguments.set("key", "a");
-  arguments.set("value", "1");
-  for (const char* method : {"write", "read", "containsKey", "delete", "readAll", "deleteAll"}) {
-    EXPECT_EQ(host.call(FlutterSecureStoragePlugin::kChannel, method, arguments),
-              ChannelReply::error("SECRET_STORE_ERROR", "No such file: /home/caf\uFFFD"))
-        << method;
-  }
-}
-
 ChannelValue startupId(ChannelValue id) {
   ChannelMap arguments;
   arguments.set("startupId", std::move(id));
@@ -252,24 +250,11 @@ ChannelValue startupId(ChannelValue id) {
 }
 
 // A second launch handed over on the instance channel: only a shown window
-// comes forward; a hidden one's launch notification is ended.
+// comes forward; a hidden one's launch notification is ended; wrong arguments
+// and other names change nothing.
 TEST(InstanceChannelTest, ActivateBringsOnlyAShownWindowForwardAndEndsAHiddenOnesLaunch) {
   for (const Window state : {Window::none, Window::hidden, Window::shown}) {
     SCOPED_TRACE(static_cast<int>(state));
-    RunningHost host(state);
-    const bool shown = state == Window::shown;
-    EXPECT_EQ(host.call(InstanceChannel::kName, "activate", startupId("launch-1_TIME42")), ChannelReply::success(shown));
-    EXPECT_EQ(host.call(InstanceChannel::kName, "activate"), ChannelReply::success(shown));
-    const std::vector<std::string> bothLaunches{"launch-1_TIME42", ""};
-    EXPECT_EQ(host.native.broughtForward, shown ? bothLaunches : std::vector<std::string>{});
-    EXPECT_EQ(host.native.notificationsEnded, state == Window::hidden ? bothLaunches : std::vector<std::string>{});
-    EXPECT_EQ(host.native.visible, shown);
-    EXPECT_TRUE(host.loop.quits.empty());
-  }
-}
-
-TEST(InstanceChannelTest, WrongArgumentsAndOtherNamesChangeNothing) {
-  for (const Window state : {Window::none, Window::hidden, Window::shown}) {
     RunningHost host(state);
     for (const ChannelValue& arguments :
          {ChannelValue("launch-1"), startupId(7), startupId(ChannelValue()), ChannelValue(ChannelMap())}) {
@@ -279,7 +264,14 @@ TEST(InstanceChannelTest, WrongArgumentsAndOtherNamesChangeNothing) {
     }
     EXPECT_TRUE(host.call(InstanceChannel::kName, "Activate").isNotImplemented());
     EXPECT_TRUE(host.call(InstanceChannel::kName, "showWindow").isNotImplemented());
-    EXPECT_TRUE(host.native.broughtForward.empty() && host.native.notificationsEnded.empty());
+    const bool shown = state == Window::shown;
+    EXPECT_EQ(host.call(InstanceChannel::kName, "activate", startupId("launch-1_TIME42")), ChannelReply::success(shown));
+    EXPECT_EQ(host.call(InstanceChannel::kName, "activate"), ChannelReply::success(shown));
+    const std::vector<std::string> bothLaunches{"launch-1_TIME42", ""};
+    EXPECT_EQ(host.native.broughtForward, shown ? bothLaunches : std::vector<std::string>{});
+    EXPECT_EQ(host.native.notificationsEnded, state == Window::hidden ? bothLaunches : std::vector<std::string>{});
+    EXPECT_EQ(host.native.visible, shown);
+    EXPECT_TRUE(host.loop.quits.empty());
     // The handler goes with the channel.
     host.channel.reset();
     EXPECT_FALSE(host.shell.messenger.hasHandler(InstanceChannel::kName));

@@ -8,18 +8,30 @@
 namespace quillon::testing {
 namespace {
 
-// Bytes that break the framing close their connection only, with a line; the
-// host serves the others, and new ones, on.
-TEST(HostEndToEndTest, BrokenFramingClosesOnlyThatClient) {
+// Each way of breaking the framing closes its connection only, with a line
+// that says why; the host serves the others, and new ones, on.
+TEST(HostEndToEndTest, BrokenFramingClosesOnlyThatClientWithItsReason) {
   auto host = startedHost({});
-  auto broken = connectTo(*host);
   auto healthy = connectTo(*host);
-  ASSERT_TRUE(broken && healthy);
+  ASSERT_TRUE(healthy);
   EXPECT_TRUE(callHost(*healthy, "nothing", "nothing").isNotImplemented());
-  std::string error;
-  const std::vector<std::uint8_t> oversized{0x01, 0x00, 0x00, 0x05, 1};  // Length 80 MiB.
-  ASSERT_TRUE(broken->sendRaw(oversized, &error)) << error;
-  EXPECT_TRUE(broken->waitForClose(kAnswerTime));
+  const std::vector<std::pair<std::vector<std::uint8_t>, std::string>> kBroken{
+      {{1, 0, 0, 4}, "beyond the limit"},  // 64 MiB and one byte: refused before the body arrives.
+      {{0xFF, 0xFF, 0xFF, 0xFF, 1}, "beyond the limit"},
+      {{4, 0, 0, 0, 1, 0, 0, 0}, "too short"},
+      {{0, 0, 0, 0}, "too short"},
+      {{5, 0, 0, 0, 0}, "unknown frame kind 0"},
+      {{5, 0, 0, 0, 3, 1, 0, 0, 0}, "unknown frame kind 3"},
+      {{6, 0, 0, 0, 1, 1, 0, 0, 0, 9}, "without a channel name length"},
+      {{9, 0, 0, 0, 1, 1, 0, 0, 0, 3, 0, 'a', 'b'}, "beyond the frame"},
+      {{9, 0, 0, 0, 1, 1, 0, 0, 0, 2, 0, 0xC3, 0x28}, "not UTF-8"},
+  };
+  for (const auto& [bytes, reason] : kBroken) {
+    auto broken = connectTo(*host);
+    std::string error;
+    ASSERT_TRUE(broken && broken->sendRaw(bytes, &error)) << error;
+    EXPECT_TRUE(broken->waitForClose(kAnswerTime)) << reason;
+  }
   auto later = connectTo(*host);
   ASSERT_TRUE(later);
   for (LinkClient* client : {healthy.get(), later.get()}) {
@@ -27,7 +39,9 @@ TEST(HostEndToEndTest, BrokenFramingClosesOnlyThatClient) {
               ChannelReply::success(host->executablePath()));
   }
   EXPECT_EQ(host->stop(), 0);
-  EXPECT_NE(host->errorOutput().find("beyond the limit"), std::string::npos) << host->errorOutput();
+  for (const auto& [bytes, reason] : kBroken) {
+    EXPECT_NE(host->errorOutput().find(reason), std::string::npos) << reason << " in " << host->errorOutput();
+  }
 }
 
 // A live host that does not take the launch (one without the instance

@@ -1,8 +1,9 @@
 // The messenger over real socket pairs, for what the built host's tests cannot
-// arrange: frames cut anywhere, a reply through a full socket, a small budget;
-// and a method channel's answer to what is not a method call. (Broken framing,
-// broadcast, clients that leave and the real budget are tested against the
-// built host: host_end_to_end_test.cc, shell_end_to_end_test.cc, the faults.)
+// arrange: frames in one write and in pieces, a reply through a full socket, a
+// small budget; and a method channel's answer to what is not a method call.
+// (Broken framing, broadcast, clients that leave and the real budget are tested
+// against the built host: host_end_to_end_test.cc, shell_end_to_end_test.cc,
+// the faults.)
 #include "embedding/link_messenger.h"
 
 #include <gtest/gtest.h>
@@ -65,18 +66,6 @@ TEST_F(LinkMessengerTest, MessagesAreHandledInArrivalOrderAndAnsweredUnderTheirI
     EXPECT_EQ(reply->payload, payload);
   }
   EXPECT_EQ(received_, (std::vector<Bytes>{{1, 2, 3}, {9}, {8}}));
-}
-
-TEST_F(LinkMessengerTest, AFrameArrivingByteByByteIsHandledOnce) {
-  LinkPeer peer = connect();
-  for (const std::uint8_t byte : encodeMessageFrame(3, "echo", Bytes{4, 5})) {
-    peer.send(Bytes{byte});
-    pumpUntil([] { return true; });
-  }
-  const auto reply = peer.receive();
-  ASSERT_TRUE(reply);
-  EXPECT_EQ(reply->payload, (Bytes{5, 4}));
-  EXPECT_EQ(received_.size(), 1u);
 }
 
 TEST_F(LinkMessengerTest, AReplyLargerThanTheSocketBufferArrivesWhole) {
