@@ -1,17 +1,162 @@
-// The five "window::" commands and the services behind them (ApplicationWindow)
-// through fakes of the desktop: argument checks, and exact cases of the rules.
+// The window services (ApplicationWindow, NonModalAlertWindow) and their five
+// "window::" commands through fakes of the desktop: argument checks, exact
+// cases of the rules, the alert's arithmetic and the order it is built in.
 #include "commands/window_commands.h"
 
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "commands/command_dispatcher.h"
+#include "tests/support/capturing_diagnostics.h"
+#include "tests/support/fake_window_list.h"
 #include "tests/support/reply_recorder.h"
-#include "tests/window/fake_desktop.h"
+#include "window/non_modal_alert_window.h"
+#include "window/window_services.h"
 
-namespace quillon {
+namespace quillon::testing {
 namespace {
+
+// Fakes of the desktop interfaces: a scripted window list, main screen and
+// text heights; host windows and alert windows that record what was done to
+// them, in order; a main queue that runs jobs only when the test says so.
+
+// One fake host window; its actions: "hide", "present", "minimise", "setFrame x y w h".
+struct FakeWindowState {
+  std::int64_t number = 0;
+  FrameRect frame;
+  std::vector<std::string> actions;
+};
+
+class FakeHostWindow final : public HostWindow {
+ public:
+  explicit FakeHostWindow(FakeWindowState& state) : state_(state) {}
+  std::int64_t number() const override { return state_.number; }
+  FrameRect frame() const override { return state_.frame; }
+  void hide() override { state_.actions.push_back("hide"); }
+  void present() override { state_.actions.push_back("present"); }
+  void minimise() override { state_.actions.push_back("minimise"); }
+  void setFrame(const FrameRect& frame) override {
+    state_.frame = frame;
+    std::ostringstream action;
+    action << "setFrame " << frame.x << ' ' << frame.y << ' ' << frame.width << ' ' << frame.height;
+    state_.actions.push_back(action.str());
+  }
+
+ private:
+  FakeWindowState& state_;
+};
+
+class FakeHostWindows final : public HostWindows {
+ public:
+  std::vector<std::unique_ptr<HostWindow>> windows() override {
+    std::vector<std::unique_ptr<HostWindow>> handles;
+    for (FakeWindowState& state : states) handles.push_back(std::make_unique<FakeHostWindow>(state));
+    return handles;
+  }
+  std::unique_ptr<HostWindow> keyWindow() override {
+    return key ? std::make_unique<FakeHostWindow>(states.at(*key)) : nullptr;
+  }
+
+  std::vector<FakeWindowState> states;
+  std::optional<std::size_t> key;  // index into states
+};
+
+class FakeScreens final : public Screens {
+ public:
+  std::optional<ScreenFrames> mainScreen() override { return screen; }
+  std::optional<ScreenFrames> screen;
+};
+
+class FakeTextMeasurer final : public TextMeasurer {
+ public:
+  double heightOf(std::string_view text, double width, const SystemFont& font) override {
+    requests.emplace_back(std::string(text), width, font);
+    return heights.at(std::string(text));
+  }
+
+  std::map<std::string, double> heights;
+  std::vector<std::tuple<std::string, double, SystemFont>> requests;
+};
+
+// Everything the alert code did to one window, in order; "close" when the
+// automatic close ran.
+struct FakeAlertRecord {
+  AlertWindowStyle style;
+  FrameRect frame;  // the frame the platform reports
+  std::vector<std::string> calls;
+  std::optional<AlertContent> content;
+};
+
+class FakeAlertWindow final : public AlertWindow {
+ public:
+  explicit FakeAlertWindow(std::shared_ptr<FakeAlertRecord> record) : record_(std::move(record)) {}
+  FrameRect frame() const override { return record_->frame; }
+  void setFrameOrigin(double x, double y) override {
+    record_->frame.x = x;
+    record_->frame.y = y;
+    record_->calls.push_back("setFrameOrigin");
+  }
+  void centre() override { record_->calls.push_back("centre"); }
+  void setContent(const AlertContent& content) override {
+    record_->content = content;
+    record_->calls.push_back("setContent");
+  }
+  void makeKeyAndOrderFront() override { record_->calls.push_back("makeKeyAndOrderFront"); }
+  std::function<void()> closeIfStillOpen() override {
+    return [record = record_] { record->calls.push_back("close"); };
+  }
+
+ private:
+  std::shared_ptr<FakeAlertRecord> record_;
+};
+
+class FakeAlertWindowFactory final : public AlertWindowFactory {
+ public:
+  std::unique_ptr<AlertWindow> create(const AlertWindowStyle& style) override {
+    if (!canCreate) return nullptr;
+    records.push_back(std::make_shared<FakeAlertRecord>(
+        FakeAlertRecord{style, {0.0, 0.0, style.contentWidth, style.contentHeight + titleBarHeight}, {}, {}}));
+    return std::make_unique<FakeAlertWindow>(records.back());
+  }
+
+  bool canCreate = true;
+  double titleBarHeight = 0.0;
+  std::vector<std::shared_ptr<FakeAlertRecord>> records;
+};
+
+class FakeMainQueue final : public MainQueue {
+ public:
+  void post(Job job) override { posted.push_back(std::move(job)); }
+  void postAfter(std::chrono::seconds delay, Job job) override { delayed.emplace_back(delay, std::move(job)); }
+
+  // Runs the jobs posted so far (not those they post in turn).
+  void runPosted() {
+    for (auto& job : std::exchange(posted, {})) job();
+  }
+
+  std::vector<Job> posted;
+  std::vector<std::pair<std::chrono::seconds, Job>> delayed;
+};
+
+// One set of fakes wired as the window services.
+struct FakeDesktop {
+  FakeWindowList windowList;
+  FakeHostWindows hostWindows;
+  FakeScreens screens;
+  FakeTextMeasurer textMeasurer;
+  FakeAlertWindowFactory alertWindows;
+  FakeMainQueue mainQueue;
+  CapturingDiagnostics diagnostics;
+  WindowServices services{windowList, hostWindows, screens, textMeasurer, alertWindows, mainQueue, diagnostics};
+};
+
 
 ChannelValue arguments(std::initializer_list<std::pair<const char*, ChannelValue>> entries) {
   ChannelMap map;
@@ -36,12 +181,12 @@ WindowListEntry entry(std::optional<std::int64_t> owner, std::optional<WindowBou
 class WindowCommandsTest : public ::testing::Test {
  protected:
   ChannelReply call(const std::string& method, ChannelValue args = {}) {
-    testing::ReplyRecorder recorder;
+    ReplyRecorder recorder;
     dispatcher.handle(MethodCall{method, std::move(args)}, recorder.callback());
     return recorder.only();
   }
 
-  testing::FakeDesktop desktop;
+  FakeDesktop desktop;
   CommandDispatcher dispatcher{windowCommands(desktop.services)};
 };
 
@@ -115,8 +260,7 @@ TEST_F(WindowCommandsTest, GetWindowRectAnswersTheProcesssFrontMostWindow) {
 
 struct ShowCase {
   std::int64_t command;
-  bool result;
-  std::vector<std::string> actions;
+  std::vector<std::string> actions;  // none: answers false
   std::int64_t number = 42;
   bool screen = true;
 };
@@ -124,33 +268,23 @@ struct ShowCase {
 // Only codes 0, 1, 2, 3, 6 and 9 act, on the host's own windows only; 3 keeps
 // the origin and takes the main screen's size (none without a screen).
 TEST_F(WindowCommandsTest, ShowWindowActsOnSixCodesOfTheHostsOwnWindowsOnly) {
-  const std::vector<ShowCase> cases = {
-      {0, true, {"hide"}},
-      {1, true, {"present"}},
-      {2, true, {"minimise"}},
-      {3, true, {"setFrame 100 200 1440 900", "present"}},
-      {3, true, {"setFrame 100 200 0 0", "present"}, 42, false},
-      {4, false, {}},
-      {5, false, {}},
-      {6, true, {"minimise"}},
-      {7, false, {}},
-      {8, false, {}},
-      {9, true, {"setFrame 100 200 640 480", "present"}},
-      {10, false, {}},
-      {11, false, {}},
-      {12, false, {}},
-      {-1, false, {}},
-      {std::numeric_limits<std::int64_t>::min(), false, {}},
-      {0, false, {}, 43},
-      {1, false, {}, 43},
-      {3, false, {}, 43},
-      {9, false, {}, 43},
+  std::vector<ShowCase> cases = {
+      {0, {"hide"}},
+      {1, {"present"}},
+      {2, {"minimise"}},
+      {3, {"setFrame 100 200 1440 900", "present"}},
+      {3, {"setFrame 100 200 0 0", "present"}, 42, false},
+      {6, {"minimise"}},
+      {9, {"setFrame 100 200 640 480", "present"}},
   };
+  for (const std::int64_t idle : {4, 5, 7, 8, 10, 11, 12, -1}) cases.push_back({idle, {}});
+  cases.push_back({std::numeric_limits<std::int64_t>::min(), {}});
+  for (const std::int64_t command : {0, 1, 3, 9}) cases.push_back({command, {}, 43});
   for (const ShowCase& test : cases) {
     desktop.screens.screen = test.screen ? std::optional(ScreenFrames{{0, 0, 1440, 900}, {0, 80, 1440, 795}}) : std::nullopt;
     desktop.hostWindows.states = {{41, {0, 0, 10, 10}, {}}, {42, {100, 200, 640, 480}, {}}};
     EXPECT_EQ(call("window::showWindow", arguments({{"windowHandle", test.number}, {"command", test.command}})),
-              ChannelReply::success(test.result))
+              ChannelReply::success(!test.actions.empty()))
         << test.number << " " << test.command;
     EXPECT_EQ(desktop.hostWindows.states[1].actions, test.actions) << test.number << " " << test.command;
     EXPECT_TRUE(desktop.hostWindows.states[0].actions.empty());
@@ -203,5 +337,71 @@ TEST_F(WindowCommandsTest, ShowAlertAnswersNullBeforeTheAlertExists) {
   }
 }
 
+TEST(NonModalAlertWindowTest, ContentHeightCapsTheMessageAndRoundsUpTheTitle) {
+  // {message, title, content height}: the message is capped at 300 and not rounded.
+  const double cases[][3] = {{48.0, 19.1, 148.0}, {450.0, 20.0, 400.0}, {300.0, 20.0, 400.0}, {48.5, 20.0, 148.5},
+                             {0.0, 0.0, 80.0}};
+  for (const auto& [message, title, height] : cases) {
+    EXPECT_DOUBLE_EQ(NonModalAlertWindow::contentHeight(message, title), height) << message << " " << title;
+  }
+  EXPECT_EQ(NonModalAlertWindow::centredOver({100, 100, 800, 600}, {0, 0, 400, 200}), (FrameRect{300, 300, 400, 200}));
+  EXPECT_EQ(NonModalAlertWindow::centredOver({0, 0, 300, 100}, {0, 0, 400, 201}), (FrameRect{-50, -50.5, 400, 201}));
+}
+
+TEST(NonModalAlertWindowTest, MeasuresBuildsPlacesShowsAndArmsTheCloseInThatOrder) {
+  FakeDesktop desktop;
+  desktop.textMeasurer.heights = {{"Title", 19.1}, {"Message", 48.0}};
+  desktop.hostWindows.states = {{42, {100, 100, 800, 600}, {}}};
+  desktop.hostWindows.key = 0;
+  desktop.alertWindows.titleBarHeight = 52.0;  // the alert's whole frame is 400 x 200
+  { NonModalAlertWindow alert(desktop.services, "Title", "Message", 3); }
+
+  using Request = std::tuple<std::string, double, SystemFont>;
+  EXPECT_EQ(desktop.textMeasurer.requests, (std::vector<Request>{{"Message", 360.0, {13.0, FontWeight::regular}},
+                                                                 {"Title", 360.0, {16.0, FontWeight::bold}}}));
+  ASSERT_EQ(desktop.alertWindows.records.size(), 1U);
+  const FakeAlertRecord& record = *desktop.alertWindows.records[0];
+  EXPECT_EQ(record.style, (AlertWindowStyle{"QUILLON Remote App", 400.0, 148.0, true, false, false, true}));
+  EXPECT_EQ(record.frame, (FrameRect{300, 300, 400, 200}));
+  const AlertContent expectedContent{
+      "Title",
+      {16.0, FontWeight::bold},
+      "Message",
+      {13.0, FontWeight::regular},
+      "OK",
+      {14.0, FontWeight::semibold},
+      {.titleTop = 10, .sideInset = 20, .messageTop = 10, .buttonTop = 10, .buttonBottom = 10, .buttonWidth = 80,
+       .buttonHeight = 30},
+  };
+  EXPECT_EQ(record.content, expectedContent);
+  ASSERT_EQ(desktop.mainQueue.delayed.size(), 1U);
+  EXPECT_EQ(desktop.mainQueue.delayed[0].first, std::chrono::seconds(3));
+  desktop.mainQueue.delayed[0].second();
+  EXPECT_EQ(record.calls, (std::vector<std::string>{"setFrameOrigin", "setContent", "makeKeyAndOrderFront", "close"}));
+}
+
+TEST(NonModalAlertWindowTest, WithoutAKeyWindowThePlatformCentres) {
+  FakeDesktop desktop;
+  desktop.textMeasurer.heights = {{"T", 20.0}, {"M", 450.0}};
+  NonModalAlertWindow(desktop.services, "T", "M", 0);
+  ASSERT_EQ(desktop.alertWindows.records.size(), 1U);
+  EXPECT_EQ(desktop.alertWindows.records[0]->style.contentHeight, 400.0);
+  EXPECT_EQ(desktop.alertWindows.records[0]->calls,
+            (std::vector<std::string>{"centre", "setContent", "makeKeyAndOrderFront"}));
+}
+
+// Nothing arms the close but a positive timeout on an alert that was made.
+TEST(NonModalAlertWindowTest, OnlyAPositiveTimeoutOnAShownAlertArmsTheClose) {
+  const std::pair<std::int64_t, bool> cases[] = {
+      {0, true}, {-5, true}, {std::numeric_limits<std::int64_t>::min(), true}, {5, false}};
+  for (const auto& [timeout, canCreate] : cases) {
+    FakeDesktop desktop;
+    desktop.textMeasurer.heights = {{"T", 20.0}, {"M", 20.0}};
+    desktop.alertWindows.canCreate = canCreate;
+    NonModalAlertWindow(desktop.services, "T", "M", timeout);
+    EXPECT_TRUE(desktop.mainQueue.delayed.empty()) << timeout;
+  }
+}
+
 }  // namespace
-}  // namespace quillon
+}  // namespace quillon::testing

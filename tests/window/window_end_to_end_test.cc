@@ -7,12 +7,10 @@
 #include "tests/window/desktop_support.h"
 #include "window/application_window.h"
 
-namespace quillon {
+namespace quillon::testing {
 namespace {
 
-using testing::argumentMap;
-
-class WindowEndToEndTest : public testing::CatalogueEndToEndTest {
+class WindowEndToEndTest : public CatalogueEndToEndTest {
  protected:
   void SetUp() override {
     ASSERT_NE(std::getenv("DISPLAY"), nullptr) << "run under scripts/with-desktop";
@@ -20,7 +18,7 @@ class WindowEndToEndTest : public testing::CatalogueEndToEndTest {
     CatalogueEndToEndTest::SetUp();
   }
 
-  testing::LinuxDesktop desktop;  // what the host answers from, in this process
+  LinuxDesktop desktop;  // what the host answers from, in this process
 };
 
 std::int64_t entry(const ChannelReply& reply, const char* key) {
@@ -43,11 +41,11 @@ TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesAndTitles) {
                                                {"height", std::int32_t{monitor.height}}})));
   EXPECT_EQ(entry(call("window::getScreenWorkingAreaDimensions"), "width"), monitor.width);
 
-  testing::XClient client({"Remote desktop", "300x200+100+150"});
+  XClient client({"Remote desktop", "300x200+100+150"});
   const auto processId = argumentMap({{"processId", std::int64_t{client.pid()}}});
   std::optional<WindowRect> expected;
   ChannelReply rect = ChannelReply::success();
-  EXPECT_TRUE(testing::waitUntil([&] {
+  EXPECT_TRUE(waitUntil([&] {
     expected = ApplicationWindow::getWindowRect(desktop.services, client.pid());
     rect = call("window::getWindowRect", processId);
     return expected && entry(rect, "left") == expected->left && entry(rect, "top") == expected->top &&
@@ -61,19 +59,14 @@ TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesAndTitles) {
 TEST_F(WindowEndToEndTest, ShowAlertAnswersNullAndTheHostShowsItUntilItsTimeout) {
   EXPECT_EQ(call("window::showAlert", argumentMap({{"title", "Update"}, {"message", "Done."}, {"timeout", std::int64_t{1}}})),
             ChannelReply::success());
-  const auto alertShown = [&] {
-    for (const auto& window : desktop.windowList.onScreenWindows().value_or(std::vector<WindowListEntry>{})) {
-      if (window.name == "QUILLON Remote App" && window.ownerProcessId == host_.pid()) return true;
-    }
-    return false;
-  };
-  EXPECT_TRUE(testing::waitUntil(alertShown));
-  EXPECT_TRUE(testing::waitUntil([&] { return !alertShown(); }));
+  const auto alertShown = [&] { return !windowsOf(desktop.windowList, host_.pid(), "QUILLON Remote App").empty(); };
+  EXPECT_TRUE(waitUntil(alertShown));
+  EXPECT_TRUE(waitUntil([&] { return !alertShown(); }));
 }
 
 // Without a display every Linux service answers its failure value, the alert
 // is measured and not shown, and the host goes on serving.
-class HeadlessWindowEndToEndTest : public testing::CatalogueEndToEndTest {
+class HeadlessWindowEndToEndTest : public CatalogueEndToEndTest {
  protected:
   HeadlessWindowEndToEndTest() : CatalogueEndToEndTest({.headless = true}) {}
 };
@@ -93,4 +86,4 @@ TEST_F(HeadlessWindowEndToEndTest, EveryCommandAnswersItsFailureValue) {
 }
 
 }  // namespace
-}  // namespace quillon
+}  // namespace quillon::testing
