@@ -110,15 +110,12 @@ TEST_F(SecureStorageEndToEndTest, AValueThatIsNotUtf8CountsAsNotStored) {
 
 TEST_F(SecureStorageEndToEndTest, WrongArgumentsAndOtherNamesLeaveTheKeyringAlone) {
   EXPECT_EQ(write("a", "1"), ChannelReply::success());
-  ChannelMap numberKey;
-  numberKey.set("key", "a");
-  numberKey.set(std::int32_t{7}, "not a string key");
   for (const char* method : {"write", "read", "containsKey", "delete"}) {
     for (const ChannelValue& arguments :
          {ChannelValue(), ChannelValue("a"), ChannelValue(ChannelList{"key", "a"}), argumentMap({{"options", kOptions}}),
           argumentMap({{"Key", "a"}, {"value", "1"}}), argumentMap({{"key", {}}, {"value", "1"}}),
           argumentMap({{"key", std::int32_t{1}}, {"value", "1"}}), argumentMap({{"key", ChannelList{"a"}}}),
-          ChannelValue(numberKey)}) {
+          argumentMap({{"key", "a"}, {std::int32_t{7}, "not a string key"}})}) {
       EXPECT_EQ(call(method, arguments), ChannelReply::error("INVALID_ARGUMENT", "Expected a string \"key\""))
           << method << ' ' << describe(arguments);
     }

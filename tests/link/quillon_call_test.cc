@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "channel/standard_codec.h"
-#include "tests/support/host_process.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon::testing {
 namespace {
@@ -60,12 +60,6 @@ TEST(QuillonCallTest, PrintsEachOutcomeWithItsExitStatus) {
   EXPECT_EQ(host.output(), "Error: pylonRDP directory not found at path " + host.dataPath() + "/pylonRDP/pylonRDP\n");
 }
 
-ChannelValue mapOf(std::initializer_list<std::pair<ChannelValue, ChannelValue>> entries) {
-  ChannelMap map;
-  for (const auto& [key, value] : entries) map.set(key, value);
-  return map;
-}
-
 // Each stand-in answers the first call with its payload; with none, quillon-call
 // finds no host. The JSON arguments arrive as channel values, and the answers
 // print as JSON, as the README says.
@@ -73,7 +67,7 @@ TEST(QuillonCallTest, PrintsWhatAStandInHostAnswersWithItsExitStatus) {
   char pattern[] = "/tmp/quillon-call-XXXXXX";
   const std::string directory = ::mkdtemp(pattern), socket = directory + "/interface.sock";
   const ChildProcess::Environment environment{{"QUILLON_INTERFACE_SOCKET", socket}};
-  const ChannelValue everyKind = mapOf(
+  const ChannelValue everyKind = argumentMap(
       {{"name", "x"}, {std::int32_t{3}, std::int64_t{1} << 40}, {"bytes", std::vector<std::uint8_t>{1, 255}},
        {"i32", std::vector<std::int32_t>{-1}}, {"i64", std::vector<std::int64_t>{}}, {"f32", std::vector<float>{0.5f}},
        {"f64", std::vector<double>{1.5, 2.0}}, {"nested", ChannelList{ChannelList{}, ChannelMap{}}}, {"quote", "a\"b"},
@@ -85,13 +79,13 @@ TEST(QuillonCallTest, PrintsWhatAStandInHostAnswersWithItsExitStatus) {
   };
   const std::vector<Answer> answers{
       {StandardCodec::encodeReply(ChannelReply::error("UNAVAILABLE", "No window", ChannelList{std::int32_t{1}})),
-       {"process::getMainWindowHandle", mapOf({{"processId", std::int32_t{12}}})},
+       {"process::getMainWindowHandle", argumentMap({{"processId", std::int32_t{12}}})},
        {{"process::getMainWindowHandle", R"({"processId": 12})"},
         1,
         R"({"code":"UNAVAILABLE","message":"No window","details":[1]})" "\n",
         ""}},
       {StandardCodec::encodeReply(ChannelReply::success(everyKind)),
-       {"m", mapOf({{"z", std::int32_t{1}}, {"a", ChannelList{nullptr, true, "ä"}}, {"min32", std::int32_t{-2147483648}},
+       {"m", argumentMap({{"z", std::int32_t{1}}, {"a", ChannelList{nullptr, true, "ä"}}, {"min32", std::int32_t{-2147483648}},
                     {"over32", std::int64_t{2147483648}}, {"min64", std::int64_t{INT64_MIN}},
                     {"huge", 18446744073709551615.0}, {"one", 1.0}, {"e", 2000.0}})},
        {{"--channel", "other", "m",

@@ -21,10 +21,10 @@ namespace quillon::testing {
 
 using namespace std::chrono_literals;
 
-// An arguments map with string keys, in the order given.
-inline ChannelValue argumentMap(std::initializer_list<std::pair<std::string, ChannelValue>> entries) {
+// An arguments map, in the order given.
+inline ChannelValue argumentMap(std::initializer_list<std::pair<ChannelValue, ChannelValue>> entries) {
   ChannelMap map;
-  for (const auto& [key, value] : entries) map.set(ChannelValue(key), value);
+  for (const auto& [key, value] : entries) map.set(key, value);
   return map;
 }
 
