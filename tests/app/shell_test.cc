@@ -81,22 +81,28 @@ struct FakeEngine final : ViewEngine {
   FakeMessenger& messenger;
 };
 
-struct FakeShell {
+// The host's objects over fakes, the catalogue's services over a described
+// bundle; its main window absent (no display), hidden or shown, not woken yet.
+enum class Window { none, hidden, shown };
+
+struct RunningHost {
   static constexpr const char* kExecutable = "/opt/quillon/quillon-host";
 
-  FakeShell() { bundle.executable = kExecutable; }
-  FakeShell(const FakeShell&) = delete;
-  FakeShell& operator=(const FakeShell&) = delete;
+  explicit RunningHost(Window state = Window::none, std::span<const PluginEntry> plugins = generatedPlugins()) {
+    bundle.executable = kExecutable;
+    native.visible = state == Window::shown;
+    window.emplace(state == Window::none ? nullptr : std::make_unique<FakeNativeWindow>(native),
+                   MainFlutterWindow::Setup{
+                       std::make_unique<FakeEngine>(messenger), [this] { return ++processManagersMade, nullptr; },
+                       [this](std::function<ProcessManager&()> processManager) {
+                         return CommandServices{std::move(processManager), windowServices, identity.services, environment};
+                       },
+                       PluginServices{urls, secrets}, plugins});
+    application.setMainFlutterWindow(&*window);
+  }
 
-  // What a main window is built from; it counts the process managers made.
-  MainFlutterWindow::Setup setup(std::span<const PluginEntry> plugins = generatedPlugins()) {
-    return {std::make_unique<FakeEngine>(messenger),
-            [this] { return ++processManagersMade, nullptr; },
-            [this](std::function<ProcessManager&()> processManager) {
-              return CommandServices{std::move(processManager), window, identity.services, environment};
-            },
-            PluginServices{urls, secrets},
-            plugins};
+  ChannelReply call(const char* on, const std::string& method, ChannelValue arguments = {}) {
+    return messenger.deliver(on, MethodCall{method, std::move(arguments)});
   }
 
   FakeMessenger messenger;
@@ -107,34 +113,16 @@ struct FakeShell {
   BundleEnvironment environment{bundle, files, diagnostics};
   testing::FakeWindowList windowList;
   NoDesktop desktop;
-  WindowServices window{windowList, desktop, desktop, desktop, desktop, desktop, diagnostics};
+  WindowServices windowServices{windowList, desktop, desktop, desktop, desktop, desktop, diagnostics};
   testing::FakeIdentityPlatform identity;
   NoUrlHandlers urls;
   FailingSecretStore secrets;
-};
-
-// The host's objects, its main window absent (no display), hidden or shown,
-// not woken yet.
-enum class Window { none, hidden, shown };
-
-struct RunningHost {
-  explicit RunningHost(Window state = Window::none) {
-    native.visible = state == Window::shown;
-    window.emplace(state == Window::none ? nullptr : std::make_unique<FakeNativeWindow>(native), shell.setup());
-    application.setMainFlutterWindow(&*window);
-  }
-
-  ChannelReply call(const char* on, const std::string& method, ChannelValue arguments = {}) {
-    return shell.messenger.deliver(on, MethodCall{method, std::move(arguments)});
-  }
-
-  FakeShell shell;
   FakeMainLoop loop;
   AppDelegate delegate;
   Application application{delegate, loop};
   WindowState native;
   std::optional<MainFlutterWindow> window;
-  std::optional<InstanceChannel> channel{std::in_place, shell.messenger, application};
+  std::optional<InstanceChannel> channel{std::in_place, messenger, application};
 };
 
 using Sent = std::vector<std::pair<std::string, std::vector<std::uint8_t>>>;
@@ -154,7 +142,7 @@ class CloseHandshakeTest : public ::testing::Test {
 
   RunningHost host_;
   Application& application_ = host_.application;
-  const Sent& sent_ = host_.shell.messenger.sent;
+  const Sent& sent_ = host_.messenger.sent;
   const std::vector<int>& quits_ = host_.loop.quits;
 };
 
@@ -202,45 +190,44 @@ TEST(AppDelegateTest, WithoutAnEngineRequestsAreRefusedSilently) {
     EXPECT_EQ(host.delegate.applicationShouldTerminate(host.application), TerminateReply::cancel);
     host.application.terminate();
     EXPECT_TRUE(host.loop.quits.empty());
-    EXPECT_FALSE(host.shell.messenger.hasHandler(kAppCloseChannel));
-    EXPECT_TRUE(host.shell.messenger.sent.empty());
+    EXPECT_FALSE(host.messenger.hasHandler(kAppCloseChannel));
+    EXPECT_TRUE(host.messenger.sent.empty());
   }
 }
 
 // What each plug-in found in place when it was registered. A plug-in entry is
-// a plain function, so it reaches the shell through a global.
+// a plain function, so it reaches the host through a global.
 struct Registration {
   int plugin;
   bool commandChannelServed;
   int processManagersMade;
   friend bool operator==(const Registration&, const Registration&) = default;
 };
-const FakeShell* observedShell = nullptr;
+const RunningHost* observed = nullptr;
 std::vector<Registration> registrations;
 
 template <int plugin>
 void recordRegistration(const PluginRegistrar&) {
-  registrations.push_back({plugin, observedShell->messenger.hasHandler(kNativeCommandChannel),
-                           observedShell->processManagersMade});
+  registrations.push_back(
+      {plugin, observed->messenger.hasHandler(kNativeCommandChannel), observed->processManagersMade});
 }
 
 TEST(MainWindowSetupTest, TheCommandChannelAndTheProcessManagerComeBeforeThePluginsWhichComeInOrderOnce) {
   static constexpr std::array kRecording{PluginEntry{"first", &recordRegistration<1>},
                                          PluginEntry{"second", &recordRegistration<2>},
                                          PluginEntry{"third", &recordRegistration<3>}};
-  FakeShell shell;
-  observedShell = &shell;
-  auto window = std::make_unique<MainFlutterWindow>(nullptr, shell.setup(kRecording));
-  window->awakeFromNib();
+  RunningHost host(Window::none, kRecording);
+  observed = &host;
+  host.window->awakeFromNib();
   EXPECT_EQ(registrations, (std::vector<Registration>{{1, true, 1}, {2, true, 1}, {3, true, 1}}));
-  EXPECT_EQ(window->contentViewController()->registeredPlugins(),
+  EXPECT_EQ(host.window->contentViewController()->registeredPlugins(),
             (std::vector<std::string>{"first", "second", "third"}));
-  EXPECT_EQ(shell.processManagersMade, 1);
+  EXPECT_EQ(host.processManagersMade, 1);
   // The catalogue's dispatcher serves the channel, for as long as the window lives.
-  EXPECT_EQ(shell.messenger.deliver(kNativeCommandChannel, {"assembly::getExecutingAssemblyPath", {}}),
-            ChannelReply::success(FakeShell::kExecutable));
-  window.reset();
-  EXPECT_FALSE(shell.messenger.hasHandler(kNativeCommandChannel));
+  EXPECT_EQ(host.call(kNativeCommandChannel, "assembly::getExecutingAssemblyPath"),
+            ChannelReply::success(RunningHost::kExecutable));
+  host.window.reset();
+  EXPECT_FALSE(host.messenger.hasHandler(kNativeCommandChannel));
 }
 
 ChannelValue startupId(ChannelValue id) {
@@ -274,7 +261,7 @@ TEST(InstanceChannelTest, ActivateBringsOnlyAShownWindowForwardAndEndsAHiddenOne
     EXPECT_TRUE(host.loop.quits.empty());
     // The handler goes with the channel.
     host.channel.reset();
-    EXPECT_FALSE(host.shell.messenger.hasHandler(InstanceChannel::kName));
+    EXPECT_FALSE(host.messenger.hasHandler(InstanceChannel::kName));
   }
 }
 

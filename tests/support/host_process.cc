@@ -18,16 +18,12 @@ namespace quillon::testing {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-sockaddr_un addressOf(const std::string& path) {
+static sockaddr_un addressOf(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
   return address;
 }
-
-}  // namespace
 
 bool acceptsConnections(const std::string& path) {
   const sockaddr_un address = addressOf(path);
