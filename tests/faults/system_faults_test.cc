@@ -106,7 +106,9 @@ TEST(SystemFaultTest, EachFaultGivesTheFailureValuesAndTheHostGoesOnServing) {
               ChannelReply::success(host.executablePath()));
     EXPECT_EQ(host.stop(), 0) << host.errorOutput();
     std::string output = host.output();
-    for (auto at = output.find(home); at != std::string::npos; at = output.find(home)) output.replace(at, home.size(), "$HOME");
+    for (auto at = output.find(home); at != std::string::npos; at = output.find(home)) {
+      output.replace(at, home.size(), "$HOME");
+    }
     EXPECT_THAT(output, ::testing::MatchesRegex(fault.output));
   }
 }

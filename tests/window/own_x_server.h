@@ -16,10 +16,6 @@ namespace quillon::testing {
 
 class OwnXServer {
  public:
-  OwnXServer()
-      : numberFile_(::testing::TempDir() + "quillon-xvfb-" + std::to_string(::getpid())),
-        server_("/usr/bin/Xvfb", {"-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"}, {},
-                numberFile_, "/dev/null") {}
   ~OwnXServer() { std::remove(numberFile_.c_str()); }
 
   // ":N" once the server serves it; "" when it does not start.
@@ -36,8 +32,12 @@ class OwnXServer {
   }
 
  private:
-  std::string numberFile_;
-  ChildProcess server_;
+  std::string numberFile_ = ::testing::TempDir() + "quillon-xvfb-" + std::to_string(::getpid());
+  ChildProcess server_{"/usr/bin/Xvfb",
+                       {"-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"},
+                       {},
+                       numberFile_,
+                       "/dev/null"};
 };
 
 }  // namespace quillon::testing

@@ -318,22 +318,27 @@ TEST_F(WindowCommandsTest, ScreenMetricsAnswerTheMainScreenOrTheirFailureValues)
   }
 }
 
-// The alert is built on a later turn; only an integer timeout arms its close.
+// The alert is built on a later turn; only a positive integer timeout arms its
+// close, and only when the platform could make the window.
 TEST_F(WindowCommandsTest, ShowAlertAnswersNullBeforeTheAlertExists) {
   desktop.textMeasurer.heights = {{"t", 20.0}, {"m", 20.0}};
-  const std::pair<ChannelValue, std::size_t> cases[] = {
-      {ChannelValue(std::int64_t{5}), 1}, {ChannelValue(std::int32_t{5}), 1}, {ChannelValue(), 0},
-      {ChannelValue("5"), 0},             {ChannelValue(5.0), 0},
+  const std::tuple<ChannelValue, bool, std::size_t> cases[] = {
+      {ChannelValue(std::int64_t{5}), true, 1}, {ChannelValue(std::int32_t{5}), true, 1},
+      {ChannelValue(), true, 0},                {ChannelValue("5"), true, 0},
+      {ChannelValue(5.0), true, 0},             {ChannelValue(std::int64_t{0}), true, 0},
+      {ChannelValue(std::int64_t{-5}), true, 0}, {ChannelValue(std::numeric_limits<std::int64_t>::min()), true, 0},
+      {ChannelValue(std::int64_t{5}), false, 0},
   };
-  for (const auto& [timeout, armed] : cases) {
+  for (const auto& [timeout, canCreate, armed] : cases) {
+    desktop.alertWindows.canCreate = canCreate;
     desktop.alertWindows.records.clear();
     desktop.mainQueue.delayed.clear();
     EXPECT_EQ(call("window::showAlert", arguments({{"title", "t"}, {"message", "m"}, {"timeout", timeout}})),
               ChannelReply::success());
     EXPECT_TRUE(desktop.alertWindows.records.empty());
     desktop.mainQueue.runPosted();
-    EXPECT_EQ(desktop.alertWindows.records.size(), 1U);
-    EXPECT_EQ(desktop.mainQueue.delayed.size(), armed) << describe(timeout);
+    EXPECT_EQ(desktop.alertWindows.records.size(), canCreate ? 1U : 0U);
+    EXPECT_EQ(desktop.mainQueue.delayed.size(), armed) << describe(timeout) << " " << canCreate;
   }
 }
 
@@ -388,19 +393,6 @@ TEST(NonModalAlertWindowTest, WithoutAKeyWindowThePlatformCentres) {
   EXPECT_EQ(desktop.alertWindows.records[0]->style.contentHeight, 400.0);
   EXPECT_EQ(desktop.alertWindows.records[0]->calls,
             (std::vector<std::string>{"centre", "setContent", "makeKeyAndOrderFront"}));
-}
-
-// Nothing arms the close but a positive timeout on an alert that was made.
-TEST(NonModalAlertWindowTest, OnlyAPositiveTimeoutOnAShownAlertArmsTheClose) {
-  const std::pair<std::int64_t, bool> cases[] = {
-      {0, true}, {-5, true}, {std::numeric_limits<std::int64_t>::min(), true}, {5, false}};
-  for (const auto& [timeout, canCreate] : cases) {
-    FakeDesktop desktop;
-    desktop.textMeasurer.heights = {{"T", 20.0}, {"M", 20.0}};
-    desktop.alertWindows.canCreate = canCreate;
-    NonModalAlertWindow(desktop.services, "T", "M", timeout);
-    EXPECT_TRUE(desktop.mainQueue.delayed.empty()) << timeout;
-  }
 }
 
 }  // namespace
