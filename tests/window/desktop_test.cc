@@ -168,10 +168,9 @@ std::vector<std::string> namesOf(const std::vector<WindowListEntry>& entries) {
 // With a window manager that publishes its stacking list (openbox) and with
 // ones that do not (xfwm4, Weston's XWayland manager, which frame each client):
 // the client's pid (not its _NET_WM_PID) and name (_NET_WM_NAME or WM_NAME),
-// its frame's bounds in points; a minimised window left out.
+// its frame's bounds in points; a minimised window left out, where the window
+// manager minimises (_NET_WM_STATE_HIDDEN).
 TEST_F(DesktopWindowListTest, ListsAnotherProcessesWindowsFrontMostFirst) {
-  // Only a window manager that minimises windows (_NET_WM_STATE_HIDDEN) can
-  // show that a minimised window is left out.
   const bool minimises = supports("_NET_WM_STATE_HIDDEN");
   std::vector<std::string> windows{"--false-pid", "Back window", "300x200+100+150",
                                    "--legacy-name", "Front window", "320x240+500+400"};
