@@ -67,16 +67,15 @@ TEST(PosixToolRunnerTest, EnvironmentChangesRemoveThenSetOverTheInheritedOnes) {
   EXPECT_EQ(text(run), "host gone tool a=b");
 }
 
-// Replaces the disposition of `signal` while alive.
+// Replaces the disposition of `signal` while alive; without SA_RESTART, so
+// that blocking calls meet EINTR.
 class ScopedSignalAction {
  public:
   ScopedSignalAction(int signal, void (*handler)(int)) : signal_(signal) {
     struct sigaction action {};
-    action.sa_handler = handler;  // no SA_RESTART: blocking calls meet EINTR
+    action.sa_handler = handler;
     ::sigaction(signal_, &action, &previous_);
   }
-  ScopedSignalAction(const ScopedSignalAction&) = delete;
-  ScopedSignalAction& operator=(const ScopedSignalAction&) = delete;
   ~ScopedSignalAction() { ::sigaction(signal_, &previous_, nullptr); }
 
  private:

@@ -25,32 +25,22 @@ class ProcessEndToEndTest : public testing::CatalogueEndToEndTest {
     return CatalogueEndToEndTest::call(method, testing::argumentMap({{"processId", processId}}));
   }
   using CatalogueEndToEndTest::call;
-
-  // The integers of a list answer, whichever width the codec chose for each.
-  static std::vector<std::int64_t> integers(const ChannelReply& reply) {
-    std::vector<std::int64_t> values;
-    const auto* list = reply.isSuccess() ? std::get_if<ChannelList>(&reply.value().variant()) : nullptr;
-    for (const ChannelValue& value : list ? *list : ChannelList{}) {
-      if (const auto* small = std::get_if<std::int32_t>(&value.variant())) values.push_back(*small);
-      if (const auto* large = std::get_if<std::int64_t>(&value.variant())) values.push_back(*large);
-    }
-    return values;
-  }
 };
 
 TEST_F(ProcessEndToEndTest, EachCommandAnswersAboutRealProcesses) {
   // Not ASCII, longer than the kernel's 15 bytes of command name, and blanks in the arguments.
   const std::string name = "sl\u00EBeper quillon child";
   testing::SleepingChild child(name, {"1000", " 1"});
-  const std::int64_t id = child.pid();
-  const auto table = integers(call("process::getProcessIdList"));
+  const std::int32_t id = child.pid();  // the codec sends an id in its smallest integer form
+  const ChannelReply table = call("process::getProcessIdList");
   const ChannelReply hostId = call("process::getCurrentProcessId");
-  ASSERT_TRUE(hostId.isSuccess());
-  for (const std::int64_t listed : {id, std::int64_t{std::get<std::int32_t>(hostId.value().variant())}}) {
-    EXPECT_NE(std::find(table.begin(), table.end(), listed), table.end()) << listed;
+  ASSERT_TRUE(table.isSuccess() && hostId.isSuccess());
+  const auto& ids = std::get<ChannelList>(table.value().variant());
+  for (const ChannelValue& listed : {ChannelValue(id), hostId.value()}) {
+    EXPECT_NE(std::ranges::find(ids, listed), ids.end()) << describe(listed);
   }
-  EXPECT_EQ(integers(call("process::getProcessesByName", testing::argumentMap({{"name", name}}))),
-            std::vector<std::int64_t>{id});
+  EXPECT_EQ(call("process::getProcessesByName", testing::argumentMap({{"name", name}})),
+            ChannelReply::success(ChannelList{id}));
   EXPECT_EQ(call("process::isAlive", id), ChannelReply::success(true));
   EXPECT_EQ(call("process::getMainWindowHandle", id), ChannelReply::success(std::to_string(id)));
   EXPECT_EQ(call("process::getMainWindowTitle", id), ChannelReply::error("UNAVAILABLE", "Main window title not found"));
