@@ -7,6 +7,8 @@ namespace quillon {
 
 struct BundleEnvironment;
 
+// The commands keep a reference to the environment, which must outlive them.
 CommandList assemblyCommands(const BundleEnvironment& environment);
+CommandList assemblyCommands(const BundleEnvironment&& environment) = delete;
 
 }  // namespace quillon

@@ -14,8 +14,10 @@ namespace quillon {
 class CommandArguments {
  public:
   // Nothing unless `arguments` is a map whose keys are all strings; null, a
-  // list, a string or a map with any other key fails.
+  // list, a string or a map with any other key fails. The arguments borrow
+  // the map: it must outlive them, so a temporary cannot be read.
   static std::optional<CommandArguments> from(const ChannelValue& arguments);
+  static std::optional<CommandArguments> from(const ChannelValue&& arguments) = delete;
 
   // A string value under `key`, taken unchanged; nothing when absent or of another kind.
   const std::string* string(std::string_view key) const;

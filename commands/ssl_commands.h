@@ -7,6 +7,8 @@ namespace quillon {
 
 struct IdentityServices;
 
+// The commands keep a reference to the services, which must outlive them.
 CommandList sslCommands(const IdentityServices& identity);
+CommandList sslCommands(const IdentityServices&& identity) = delete;
 
 }  // namespace quillon

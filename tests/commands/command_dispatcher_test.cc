@@ -48,7 +48,8 @@ TEST(CommandArgumentsTest, OnlyMapsWithStringKeysAreArguments) {
                                       mapOf({{"processId", 1}, {2, 3}})}) {
     EXPECT_FALSE(CommandArguments::from(refused).has_value());
   }
-  EXPECT_TRUE(CommandArguments::from(ChannelMap{}).has_value());
+  const ChannelValue empty = ChannelMap{};
+  EXPECT_TRUE(CommandArguments::from(empty).has_value());
 }
 
 TEST(CommandArgumentsTest, EachKindTakesOnlyItsOwnValues) {
