@@ -4,7 +4,7 @@
 // loop until a termination request is granted. Without a display it runs all
 // the same, without windows; the system's signals still reach the handshake.
 // When the display goes away under it, it closes the link and ends at once
-// with status 0 (platform/linux/display_loss.h).
+// with status 0 (platform/linux/shell/display_loss.h).
 // When another host already serves the interface link, the launch is handed
 // over to it and the process ends.
 //
@@ -21,9 +21,9 @@
 #include "app/host_services.h"
 #include "app/main_flutter_window.h"
 #include "embedding/engine.h"
-#include "platform/linux/gio_url_opener.h"
-#include "platform/linux/glib_main_loop.h"
-#include "platform/linux/libsecret_secret_store.h"
+#include "platform/linux/shell/gio_url_opener.h"
+#include "platform/linux/shell/glib_main_loop.h"
+#include "platform/linux/shell/libsecret_secret_store.h"
 
 namespace quillon {
 

@@ -12,15 +12,15 @@
 #include <stdexcept>
 
 #include "identity/ssl_functions.h"
-#include "platform/linux/glib_uuid_generator.h"
-#include "platform/linux/icu_date_parser.h"
-#include "platform/linux/linux_hardware_identity.h"
-#include "platform/linux/linux_temporary_directory.h"
-#include "platform/linux/nss_keychain.h"
-#include "platform/linux/posix_tool_runner.h"
-#include "platform/linux/stdout_diagnostics.h"
-#include "platform/linux/sysfs_network_interfaces.h"
-#include "platform/linux/system_clock.h"
+#include "platform/linux/identity/glib_uuid_generator.h"
+#include "platform/linux/identity/icu_date_parser.h"
+#include "platform/linux/identity/linux_hardware_identity.h"
+#include "platform/linux/identity/linux_temporary_directory.h"
+#include "platform/linux/identity/nss_keychain.h"
+#include "platform/linux/process/posix_tool_runner.h"
+#include "platform/linux/system/stdout_diagnostics.h"
+#include "platform/linux/identity/sysfs_network_interfaces.h"
+#include "platform/linux/system/system_clock.h"
 
 namespace quillon {
 namespace {

@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/x11_window_list.h"
+#include "platform/linux/desktop/x11_window_list.h"
 #include "window/application_window.h"
 
 extern char** environ;

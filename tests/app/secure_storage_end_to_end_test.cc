@@ -7,7 +7,7 @@
 #include <libsecret/secret.h>
 
 #include "app/plugins/flutter_secure_storage_plugin.h"
-#include "platform/linux/libsecret_secret_store.h"
+#include "platform/linux/shell/libsecret_secret_store.h"
 #include "tests/support/host_conversation.h"
 
 namespace quillon::testing {

@@ -9,7 +9,7 @@
 
 #include "commands/assembly_commands.h"
 #include "commands/command_dispatcher.h"
-#include "platform/linux/flutter_bundle_locator.h"
+#include "platform/linux/system/flutter_bundle_locator.h"
 #include "tests/bundle/fake_bundle.h"
 #include "tests/support/capturing_diagnostics.h"
 #include "tests/support/reply_recorder.h"

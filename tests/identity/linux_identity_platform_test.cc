@@ -8,11 +8,11 @@
 #include <fstream>
 #include <regex>
 
-#include "platform/linux/icu_date_parser.h"
-#include "platform/linux/linux_hardware_identity.h"
-#include "platform/linux/linux_temporary_directory.h"
-#include "platform/linux/small_file.h"
-#include "platform/linux/sysfs_network_interfaces.h"
+#include "platform/linux/identity/icu_date_parser.h"
+#include "platform/linux/identity/linux_hardware_identity.h"
+#include "platform/linux/identity/linux_temporary_directory.h"
+#include "platform/linux/system/small_file.h"
+#include "platform/linux/identity/sysfs_network_interfaces.h"
 #include "tests/identity/test_certificates.h"
 
 namespace quillon {

@@ -1,4 +1,4 @@
-#include "platform/linux/nss_keychain.h"
+#include "platform/linux/identity/nss_keychain.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/posix_tool_runner.h"
+#include "platform/linux/process/posix_tool_runner.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,12 +1,12 @@
-#include "platform/linux/gtk_alert_window.h"
+#include "platform/linux/desktop/gtk_alert_window.h"
 
 #include <gdk/gdkx.h>
 
 #include <algorithm>
 #include <cmath>
 
-#include "platform/linux/gtk_desktop.h"
-#include "platform/linux/pango_text_measurer.h"
+#include "platform/linux/desktop/gtk_desktop.h"
+#include "platform/linux/desktop/pango_text_measurer.h"
 
 namespace quillon {
 

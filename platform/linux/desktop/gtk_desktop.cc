@@ -1,4 +1,4 @@
-#include "platform/linux/gtk_desktop.h"
+#include "platform/linux/desktop/gtk_desktop.h"
 
 #include <gdk/gdkx.h>
 

@@ -1,11 +1,11 @@
-#include "platform/linux/gtk_host_windows.h"
+#include "platform/linux/desktop/gtk_host_windows.h"
 
 #include <gdk/gdkx.h>
 
 #include <algorithm>
 #include <cmath>
 
-#include "platform/linux/gtk_desktop.h"
+#include "platform/linux/desktop/gtk_desktop.h"
 
 namespace quillon {
 

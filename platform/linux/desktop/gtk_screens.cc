@@ -1,6 +1,6 @@
-#include "platform/linux/gtk_screens.h"
+#include "platform/linux/desktop/gtk_screens.h"
 
-#include "platform/linux/gtk_desktop.h"
+#include "platform/linux/desktop/gtk_desktop.h"
 
 namespace quillon {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/pango_text_measurer.h"
+#include "platform/linux/desktop/pango_text_measurer.h"
 
 #include <pango/pangocairo.h>
 
@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "platform/linux/gtk_desktop.h"
+#include "platform/linux/desktop/gtk_desktop.h"
 
 namespace quillon {
 

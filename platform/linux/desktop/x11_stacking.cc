@@ -1,8 +1,8 @@
-#include "platform/linux/x11_stacking.h"
+#include "platform/linux/desktop/x11_stacking.h"
 
 #include <utility>
 
-#include "platform/linux/xcb_replies.h"
+#include "platform/linux/desktop/xcb_replies.h"
 
 namespace quillon {
 

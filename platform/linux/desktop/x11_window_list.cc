@@ -1,4 +1,4 @@
-#include "platform/linux/x11_window_list.h"
+#include "platform/linux/desktop/x11_window_list.h"
 
 #include <X11/Xlib-xcb.h>
 #include <X11/Xlib.h>
@@ -11,9 +11,9 @@
 #include <string_view>
 
 #include "base/c_owner.h"
-#include "platform/linux/gtk_desktop.h"
-#include "platform/linux/x11_stacking.h"
-#include "platform/linux/xcb_replies.h"
+#include "platform/linux/desktop/gtk_desktop.h"
+#include "platform/linux/desktop/x11_stacking.h"
+#include "platform/linux/desktop/xcb_replies.h"
 
 namespace quillon {
 

@@ -24,7 +24,7 @@
 #include <functional>
 #include <utility>
 
-#include "platform/linux/gtk_desktop.h"
+#include "platform/linux/desktop/gtk_desktop.h"
 #include "platform/window_list.h"
 
 namespace quillon {

@@ -1,4 +1,4 @@
-#include "platform/linux/glib_uuid_generator.h"
+#include "platform/linux/identity/glib_uuid_generator.h"
 
 #include <glib.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/icu_date_parser.h"
+#include "platform/linux/identity/icu_date_parser.h"
 
 #include <unicode/smpdtfmt.h>
 #include <unicode/uchar.h>

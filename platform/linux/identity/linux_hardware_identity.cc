@@ -1,9 +1,9 @@
-#include "platform/linux/linux_hardware_identity.h"
+#include "platform/linux/identity/linux_hardware_identity.h"
 
 #include <algorithm>
 #include <cctype>
 
-#include "platform/linux/small_file.h"
+#include "platform/linux/system/small_file.h"
 
 namespace quillon {
 

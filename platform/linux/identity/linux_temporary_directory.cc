@@ -1,4 +1,4 @@
-#include "platform/linux/linux_temporary_directory.h"
+#include "platform/linux/identity/linux_temporary_directory.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/nss_keychain.h"
+#include "platform/linux/identity/nss_keychain.h"
 
 #include <pwd.h>
 #include <unistd.h>
@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <limits>
 
-#include "platform/linux/nss_labels.h"
+#include "platform/linux/identity/nss_labels.h"
 
 namespace quillon {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/keychain.h"
-#include "platform/linux/nss_session.h"
+#include "platform/linux/identity/nss_session.h"
 
 namespace quillon {
 

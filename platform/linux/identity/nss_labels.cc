@@ -1,4 +1,4 @@
-#include "platform/linux/nss_labels.h"
+#include "platform/linux/identity/nss_labels.h"
 
 namespace quillon {
 

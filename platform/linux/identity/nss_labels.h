@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "platform/linux/nss_session.h"
+#include "platform/linux/identity/nss_session.h"
 
 namespace quillon {
 

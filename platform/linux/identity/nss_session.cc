@@ -1,4 +1,4 @@
-#include "platform/linux/nss_session.h"
+#include "platform/linux/identity/nss_session.h"
 
 #include <sys/stat.h>
 

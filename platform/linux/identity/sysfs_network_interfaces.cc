@@ -1,4 +1,4 @@
-#include "platform/linux/sysfs_network_interfaces.h"
+#include "platform/linux/identity/sysfs_network_interfaces.h"
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <charconv>
 
 #include "base/c_owner.h"
-#include "platform/linux/small_file.h"
+#include "platform/linux/system/small_file.h"
 
 namespace quillon {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/posix_tool_runner.h"
+#include "platform/linux/process/posix_tool_runner.h"
 
 #include <fcntl.h>
 #include <signal.h>

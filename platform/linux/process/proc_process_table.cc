@@ -1,4 +1,4 @@
-#include "platform/linux/proc_process_table.h"
+#include "platform/linux/process/proc_process_table.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,8 +6,8 @@
 #include <sstream>
 #include <string_view>
 
-#include "platform/linux/directory_entries.h"
-#include "platform/linux/small_file.h"
+#include "platform/linux/system/directory_entries.h"
+#include "platform/linux/system/small_file.h"
 
 namespace quillon {
 namespace {

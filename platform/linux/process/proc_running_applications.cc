@@ -1,6 +1,6 @@
-#include "platform/linux/proc_running_applications.h"
+#include "platform/linux/process/proc_running_applications.h"
 
-#include "platform/linux/proc_process_table.h"
+#include "platform/linux/process/proc_process_table.h"
 
 namespace quillon {
 

@@ -1,9 +1,9 @@
-#include "platform/linux/process_query_script_runner.h"
+#include "platform/linux/process/process_query_script_runner.h"
 
 #include <limits>
 #include <regex>
 
-#include "platform/linux/proc_process_table.h"
+#include "platform/linux/process/proc_process_table.h"
 
 namespace quillon {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/display_loss.h"
+#include "platform/linux/shell/display_loss.h"
 
 #include <X11/Xlib.h>
 #include <unistd.h>

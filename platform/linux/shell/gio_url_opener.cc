@@ -1,4 +1,4 @@
-#include "platform/linux/gio_url_opener.h"
+#include "platform/linux/shell/gio_url_opener.h"
 
 #include <gio/gio.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/glib_main_loop.h"
+#include "platform/linux/shell/glib_main_loop.h"
 
 namespace quillon {
 

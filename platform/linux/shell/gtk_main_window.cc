@@ -1,4 +1,4 @@
-#include "platform/linux/gtk_main_window.h"
+#include "platform/linux/shell/gtk_main_window.h"
 
 #include <gdk/gdkx.h>
 #include <gtk/gtk.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/gtk_program_class.h"
+#include "platform/linux/shell/gtk_program_class.h"
 
 #include <gdk/gdk.h>
 

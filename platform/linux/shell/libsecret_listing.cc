@@ -1,11 +1,11 @@
-#include "platform/linux/libsecret_listing.h"
+#include "platform/linux/shell/libsecret_listing.h"
 
 #include <libsecret/secret.h>
 
 #include <string>
 
 #include "base/c_owner.h"
-#include "platform/linux/libsecret_value.h"
+#include "platform/linux/shell/libsecret_value.h"
 
 namespace quillon {
 namespace {

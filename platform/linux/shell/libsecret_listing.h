@@ -13,7 +13,7 @@
 
 #include <memory>
 
-#include "platform/linux/libsecret_operation.h"
+#include "platform/linux/shell/libsecret_operation.h"
 
 namespace quillon {
 

@@ -1,10 +1,10 @@
-#include "platform/linux/libsecret_secret_store.h"
+#include "platform/linux/shell/libsecret_secret_store.h"
 
 #include <libsecret/secret.h>
 
-#include "platform/linux/libsecret_listing.h"
-#include "platform/linux/libsecret_operation.h"
-#include "platform/linux/libsecret_value.h"
+#include "platform/linux/shell/libsecret_listing.h"
+#include "platform/linux/shell/libsecret_operation.h"
+#include "platform/linux/shell/libsecret_value.h"
 
 namespace quillon {
 namespace {

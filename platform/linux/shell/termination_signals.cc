@@ -1,4 +1,4 @@
-#include "platform/linux/termination_signals.h"
+#include "platform/linux/shell/termination_signals.h"
 
 #include <glib-unix.h>
 

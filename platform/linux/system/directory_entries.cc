@@ -1,4 +1,4 @@
-#include "platform/linux/directory_entries.h"
+#include "platform/linux/system/directory_entries.h"
 
 #include <dirent.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/flutter_bundle_locator.h"
+#include "platform/linux/system/flutter_bundle_locator.h"
 
 #include <sys/stat.h>
 

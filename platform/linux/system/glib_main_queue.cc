@@ -1,4 +1,4 @@
-#include "platform/linux/glib_main_queue.h"
+#include "platform/linux/system/glib_main_queue.h"
 
 #include <glib.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/linux_file_system.h"
+#include "platform/linux/system/linux_file_system.h"
 
 #include <sys/stat.h>
 

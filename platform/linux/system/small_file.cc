@@ -1,4 +1,4 @@
-#include "platform/linux/small_file.h"
+#include "platform/linux/system/small_file.h"
 
 #include <glib.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/stdout_diagnostics.h"
+#include "platform/linux/system/stdout_diagnostics.h"
 
 #include <algorithm>
 #include <cstdio>
