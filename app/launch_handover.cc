@@ -1,7 +1,6 @@
 #include "app/launch_handover.h"
 
 #include <cstdio>
-#include <optional>
 
 #include "app/instance_channel.h"
 #include "tools/link_client.h"
@@ -11,26 +10,25 @@ namespace {
 
 // The running host's answer: whether its window came forward, or the reason
 // it did not take the launch.
-std::optional<bool> askRunningHost(const std::string& socketPath, const std::string& startupId, std::string* reason) {
-  auto client = LinkClient::connect(socketPath, reason);
-  if (!client) return std::nullopt;
+Expected<bool> askRunningHost(const std::string& socketPath, const std::string& startupId) {
+  const auto client = LinkClient::connect(socketPath);
+  if (!client) return client.error();
   ChannelMap arguments;
   arguments.set("startupId", startupId);
   const auto reply =
-      client->call(InstanceChannel::kName, MethodCall{"activate", std::move(arguments)}, kHandoverAnswerTime, reason);
-  if (!reply) return std::nullopt;
+      (*client)->call(InstanceChannel::kName, MethodCall{"activate", std::move(arguments)}, kHandoverAnswerTime);
+  if (!reply) return reply.error();
   if (reply->isSuccess() && reply->value().is<bool>()) return reply->value().get<bool>();
-  *reason = "it answered " + describe(*reply);
-  return std::nullopt;
+  return Failure{"it answered " + describe(*reply)};
 }
 
 }  // namespace
 
 int handOverLaunch(const std::string& socketPath, const std::string& startupId, const std::string& refusal) {
-  std::string reason;
-  const std::optional<bool> broughtForward = askRunningHost(socketPath, startupId, &reason);
+  const Expected<bool> broughtForward = askRunningHost(socketPath, startupId);
   if (!broughtForward) {
-    std::fprintf(stderr, "quillon-host: %s and did not take the launch: %s\n", refusal.c_str(), reason.c_str());
+    std::fprintf(stderr, "quillon-host: %s and did not take the launch: %s\n", refusal.c_str(),
+                 broughtForward.error().reason.c_str());
     return 1;
   }
   std::fprintf(stderr, "quillon-host: QUILLON Remote App already runs on %s; %s\n", socketPath.c_str(),

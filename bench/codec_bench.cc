@@ -36,7 +36,7 @@ BENCHMARK(encodeIntegerList);
 
 void decodeIntegerList(benchmark::State& state) {
   const std::vector<std::uint8_t> bytes = StandardCodec::encodeValue(integerList());
-  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::decodeValue(bytes, nullptr));
+  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::decodeValue(bytes));
 }
 BENCHMARK(decodeIntegerList);
 
@@ -48,7 +48,7 @@ BENCHMARK(encodeMethodCall);
 
 void decodeMethodCall(benchmark::State& state) {
   const std::vector<std::uint8_t> bytes = StandardCodec::encodeMethodCall(typicalCall());
-  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::decodeMethodCall(bytes, nullptr));
+  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::decodeMethodCall(bytes));
 }
 BENCHMARK(decodeMethodCall);
 
@@ -70,13 +70,13 @@ void decodeRouteEncode(benchmark::State& state) {
 
   std::vector<std::uint8_t> answer;
   for (auto _ : state) {
-    std::optional<MethodCall> call = StandardCodec::decodeMethodCall(request, nullptr);
+    const Expected<MethodCall> call = StandardCodec::decodeMethodCall(request);
     dispatcher.handle(*call, ReplyCallback([&answer](ChannelReply reply) {
       answer = StandardCodec::encodeReply(reply);
     }));
     benchmark::DoNotOptimize(answer.data());
   }
-  if (StandardCodec::decodeReply(answer, nullptr) != ChannelReply::success("/opt/quillon-host/quillon-host")) {
+  if (StandardCodec::decodeReply(answer) != ChannelReply::success("/opt/quillon-host/quillon-host")) {
     state.SkipWithError("the call was not answered with the executable's path");
   }
 }

@@ -56,18 +56,18 @@ void BM_LinkRoundTrip(benchmark::State& state) {
   const std::string directory = "/tmp/quillon-bench-" + std::to_string(::getpid());
   {
     BackgroundHost host(directory + "/interface.sock");
-    std::string error;
-    const auto client = LinkClient::connect(directory + "/interface.sock", &error);
-    if (!client) {
-      state.SkipWithError(error.c_str());
+    const auto connected = LinkClient::connect(directory + "/interface.sock");
+    if (!connected) {
+      state.SkipWithError(connected.error().reason.c_str());
       return;
     }
+    LinkClient& client = **connected;
     const MethodCall call{"assembly::getExecutingAssemblyPath", {}};
     std::vector<double> micros;
     micros.reserve(1 << 20);
     for (auto _ : state) {
       const auto begin = std::chrono::steady_clock::now();
-      auto reply = client->call(kNativeCommandChannel, call, LinkClient::kForever, &error);
+      auto reply = client.call(kNativeCommandChannel, call, LinkClient::kForever);
       const auto end = std::chrono::steady_clock::now();
       if (!reply || !reply->isSuccess()) {
         state.SkipWithError("the host did not answer");

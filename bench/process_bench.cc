@@ -80,8 +80,8 @@ void BM_GetProcessIdList(benchmark::State& state) {
 
 // The parsing alone, on the output of this machine's process table.
 void BM_ParseProcessIdList(benchmark::State& state) {
-  const ToolRun run = PosixToolRunner().run("/bin/ps", {"-e", "-o", "pid"}, ToolRunner::Streams::kOutput);
-  const std::string output(run.output.begin(), run.output.end());
+  const auto run = PosixToolRunner().run("/bin/ps", {"-e", "-o", "pid"}, ToolRunner::Streams::kOutput);
+  const std::string output = run ? std::string(run->output.begin(), run->output.end()) : std::string();
   for (auto _ : state) benchmark::DoNotOptimize(parseProcessIdList(output));
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(output.size()));
 }

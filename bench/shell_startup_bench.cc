@@ -32,11 +32,10 @@ double residentKilobytes(pid_t pid) {
 // Connects as soon as the socket accepts, then makes the first call.
 bool firstAnsweredCall(const testing::HostProcess& host) {
   const auto deadline = std::chrono::steady_clock::now() + 20s;
-  std::string error;
   while (std::chrono::steady_clock::now() < deadline) {
-    if (auto client = LinkClient::connect(host.socketPath(), &error)) {
+    if (auto client = LinkClient::connect(host.socketPath())) {
       const auto reply =
-          client->call(kNativeCommandChannel, MethodCall{"assembly::getExecutingAssemblyPath", {}}, 20s, &error);
+          (*client)->call(kNativeCommandChannel, MethodCall{"assembly::getExecutingAssemblyPath", {}}, 20s);
       return reply && reply->isSuccess();
     }
     std::this_thread::sleep_for(1ms);

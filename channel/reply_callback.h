@@ -1,32 +1,27 @@
-// ReplyCallback: the one-shot answer channel of a received call.
+// ReplyCallback: the one-shot answer channel of a received call, a
+// OnceCallback that takes the call's ChannelReply.
 //
-// Contract: whoever holds the callback must answer the call exactly once, on the
-// thread that received it. Answering consumes the callback (the call operator is
-// rvalue-qualified, so the code reads `std::move(reply)(...)`), and it cannot be
-// copied, so a call cannot be answered twice. A callback destroyed unanswered is
-// a programming error: it answers not-implemented, so that the caller never
-// hangs, and says so on standard error.
+// Contract: whoever holds the callback must answer the call exactly once, on
+// the thread that received it (OnceCallback's rules). A callback destroyed
+// unanswered is a programming error: it answers not-implemented, so that the
+// caller never hangs, and says so on standard error.
 #pragma once
 
-#include <functional>
+#include <concepts>
+#include <string>
+#include <type_traits>
 #include <utility>
 
+#include "base/once_callback.h"
 #include "channel/channel_reply.h"
 
 namespace quillon {
 
-class ReplyCallback {
+class ReplyCallback : public OnceCallback<void(ChannelReply)> {
  public:
-  using Sink = std::function<void(ChannelReply)>;
-
-  explicit ReplyCallback(Sink sink) : sink_(std::move(sink)) {}
-  ReplyCallback(ReplyCallback&& other) noexcept : sink_(std::exchange(other.sink_, nullptr)) {}
-  ReplyCallback& operator=(ReplyCallback&&) = delete;
-  ReplyCallback(const ReplyCallback&) = delete;
-  ReplyCallback& operator=(const ReplyCallback&) = delete;
-  ~ReplyCallback();
-
-  void operator()(ChannelReply reply) &&;
+  template <typename F>
+    requires(!std::same_as<std::remove_cvref_t<F>, ReplyCallback>)
+  explicit ReplyCallback(F&& sink) : OnceCallback(std::forward<F>(sink), &answerDropped) {}
 
   // Shorthands for the three kinds of answer.
   void success(ChannelValue value = {}) && { std::move(*this)(ChannelReply::success(std::move(value))); }
@@ -36,7 +31,7 @@ class ReplyCallback {
   void notImplemented() && { std::move(*this)(ChannelReply::notImplemented()); }
 
  private:
-  Sink sink_;
+  static void answerDropped(OnceCallback unrun);
 };
 
 }  // namespace quillon

@@ -20,10 +20,10 @@ std::vector<std::uint8_t> StandardCodec::encodeValue(const ChannelValue& value) 
   return codec::encodeMessage([&value](auto& writer) { writer.value(value); });
 }
 
-std::optional<ChannelValue> StandardCodec::decodeValue(std::span<const std::uint8_t> bytes, std::string* error) {
-  StandardCodecReader reader(bytes, error);
+Expected<ChannelValue> StandardCodec::decodeValue(std::span<const std::uint8_t> bytes) {
+  StandardCodecReader reader(bytes);
   ChannelValue value;
-  if (!reader.readValue(value) || !reader.finish()) return std::nullopt;
+  if (!reader.readValue(value) || !reader.finish()) return reader.failure();
   return value;
 }
 
@@ -34,11 +34,12 @@ std::vector<std::uint8_t> StandardCodec::encodeMethodCall(const MethodCall& call
   });
 }
 
-std::optional<MethodCall> StandardCodec::decodeMethodCall(std::span<const std::uint8_t> bytes, std::string* error) {
-  StandardCodecReader reader(bytes, error);
+Expected<MethodCall> StandardCodec::decodeMethodCall(std::span<const std::uint8_t> bytes) {
+  StandardCodecReader reader(bytes);
   MethodCall call;
-  if (!reader.readString(call.method, "method name")) return std::nullopt;
-  if (!reader.readValue(call.arguments) || !reader.finish()) return std::nullopt;
+  if (!reader.readString(call.method, "method name") || !reader.readValue(call.arguments) || !reader.finish()) {
+    return reader.failure();
+  }
   return call;
 }
 
@@ -62,34 +63,36 @@ namespace {
 
 constexpr bool kNullable = true;
 
-std::optional<ChannelReply> readErrorEnvelope(StandardCodecReader& reader) {
+Expected<ChannelReply> readErrorEnvelope(StandardCodecReader& reader) {
   std::string code;
   std::string message;
   ChannelValue details;
   if (!reader.readString(code, "error code") || !reader.readString(message, "error message", kNullable) ||
       !reader.readValue(details)) {
-    return std::nullopt;
+    return reader.failure();
   }
   std::string ignoredStackTrace;
-  if (!reader.atEnd() && !reader.readString(ignoredStackTrace, "error stack trace", kNullable)) return std::nullopt;
-  if (!reader.finish()) return std::nullopt;
+  if (!reader.atEnd() && !reader.readString(ignoredStackTrace, "error stack trace", kNullable)) {
+    return reader.failure();
+  }
+  if (!reader.finish()) return reader.failure();
   return ChannelReply::error(std::move(code), std::move(message), std::move(details));
 }
 
 }  // namespace
 
-std::optional<ChannelReply> StandardCodec::decodeReply(std::span<const std::uint8_t> bytes, std::string* error) {
+Expected<ChannelReply> StandardCodec::decodeReply(std::span<const std::uint8_t> bytes) {
   if (bytes.empty()) return ChannelReply::notImplemented();
-  StandardCodecReader reader(bytes, error);
+  StandardCodecReader reader(bytes);
   std::uint8_t kind = 0;
   reader.readByte(kind);
   if (kind == codec::kEnvelopeError) return readErrorEnvelope(reader);
   if (kind != codec::kEnvelopeSuccess) {
     reader.failAt("unknown envelope kind " + std::to_string(kind), 0);
-    return std::nullopt;
+    return reader.failure();
   }
   ChannelValue value;
-  if (!reader.readValue(value) || !reader.finish()) return std::nullopt;
+  if (!reader.readValue(value) || !reader.finish()) return reader.failure();
   return ChannelReply::success(std::move(value));
 }
 

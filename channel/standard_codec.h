@@ -16,11 +16,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "base/expected.h"
 #include "channel/channel_reply.h"
 #include "channel/channel_value.h"
 #include "channel/method_call.h"
@@ -35,18 +35,18 @@ class StandardCodec {
   static constexpr std::size_t kMaxDepth = 256;
 
   static std::vector<std::uint8_t> encodeValue(const ChannelValue& value);
-  static std::optional<ChannelValue> decodeValue(std::span<const std::uint8_t> bytes, std::string* error);
+  static Expected<ChannelValue> decodeValue(std::span<const std::uint8_t> bytes);
 
   // A method call: the method name as a string value, then the arguments value.
   static std::vector<std::uint8_t> encodeMethodCall(const MethodCall& call);
-  static std::optional<MethodCall> decodeMethodCall(std::span<const std::uint8_t> bytes, std::string* error);
+  static Expected<MethodCall> decodeMethodCall(std::span<const std::uint8_t> bytes);
 
   // A reply envelope. Success: byte 0, then the value. Error: byte 1, then the
   // code, the message and the details; a stack-trace string after the details
   // is accepted and ignored, a null message reads as "". Not-implemented is the
   // empty envelope.
   static std::vector<std::uint8_t> encodeReply(const ChannelReply& reply);
-  static std::optional<ChannelReply> decodeReply(std::span<const std::uint8_t> bytes, std::string* error);
+  static Expected<ChannelReply> decodeReply(std::span<const std::uint8_t> bytes);
 };
 
 }  // namespace quillon

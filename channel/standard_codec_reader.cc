@@ -83,15 +83,11 @@ struct AppendTo {
 
 }  // namespace
 
-StandardCodecReader::StandardCodecReader(std::span<const std::uint8_t> bytes, std::string* error)
-    : begin_(bytes.data()), position_(bytes.data()), end_(bytes.data() + bytes.size()),
-      error_(error),
-      reserveBudget_(bytes.size()) {}
+StandardCodecReader::StandardCodecReader(std::span<const std::uint8_t> bytes)
+    : begin_(bytes.data()), position_(bytes.data()), end_(bytes.data() + bytes.size()), reserveBudget_(bytes.size()) {}
 
 bool StandardCodecReader::failAt(std::string_view message, std::size_t offset) {
-  if (!failed_ && error_ != nullptr) {
-    *error_ = std::string(message) + " at byte " + std::to_string(offset);
-  }
+  if (!failed_) error_ = std::string(message) + " at byte " + std::to_string(offset);
   failed_ = true;
   return false;
 }

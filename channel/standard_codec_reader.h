@@ -14,13 +14,14 @@
 #include <utility>
 #include <vector>
 
+#include "base/expected.h"
 #include "channel/channel_value.h"
 
 namespace quillon::codec {
 
 class StandardCodecReader {
  public:
-  StandardCodecReader(std::span<const std::uint8_t> bytes, std::string* error);
+  explicit StandardCodecReader(std::span<const std::uint8_t> bytes);
 
   StandardCodecReader(const StandardCodecReader&) = delete;
   StandardCodecReader& operator=(const StandardCodecReader&) = delete;
@@ -33,6 +34,8 @@ class StandardCodecReader {
   bool atEnd() const { return position_ == end_; }
   // Fails unless every byte has been read.
   bool finish();
+  // What the first refusal said.
+  Failure failure() const { return Failure{error_}; }
   // Refuses with `message` found at `offset` (or here); always returns false.
   bool failAt(std::string_view message, std::size_t offset);
   bool fail(std::string_view message) { return failAt(message, offset()); }
@@ -81,7 +84,7 @@ class StandardCodecReader {
   const std::uint8_t* begin_;
   const std::uint8_t* position_;
   const std::uint8_t* end_;
-  std::string* error_;
+  std::string error_;
   std::size_t reserveBudget_;
   bool failed_ = false;
 };

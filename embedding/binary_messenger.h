@@ -8,34 +8,30 @@
 // the empty reply.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <functional>
-#include <utility>
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
+
+#include "base/once_callback.h"
 
 namespace quillon {
 
-class BinaryReply {
+// The answer to one incoming message: its encoded reply envelope, empty for
+// not-implemented.
+class BinaryReply : public OnceCallback<void(std::vector<std::uint8_t>)> {
  public:
-  using Sink = std::function<void(std::vector<std::uint8_t> payload)>;
-
-  explicit BinaryReply(Sink sink) : sink_(std::move(sink)) {}
-  BinaryReply(BinaryReply&& other) noexcept : sink_(std::exchange(other.sink_, nullptr)) {}
-  BinaryReply& operator=(BinaryReply&&) = delete;
-  BinaryReply(const BinaryReply&) = delete;
-  BinaryReply& operator=(const BinaryReply&) = delete;
-  ~BinaryReply() {
-    if (sink_) std::exchange(sink_, nullptr)({});
-  }
-
-  // Sends `payload` (an encoded reply envelope; empty for not-implemented).
-  void operator()(std::vector<std::uint8_t> payload) && { std::exchange(sink_, nullptr)(std::move(payload)); }
+  template <typename F>
+    requires(!std::same_as<std::remove_cvref_t<F>, BinaryReply>)
+  explicit BinaryReply(F&& send) : OnceCallback(std::forward<F>(send), &sendEmpty) {}
 
  private:
-  Sink sink_;
+  static void sendEmpty(OnceCallback unrun) { std::move(unrun)({}); }
 };
 
 class BinaryMessenger {

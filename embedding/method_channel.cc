@@ -1,7 +1,5 @@
 #include "embedding/method_channel.h"
 
-#include <memory>
-
 #include "channel/standard_codec.h"
 
 namespace quillon {
@@ -13,16 +11,13 @@ void MethodChannel::setMethodCallHandler(MethodCallHandler handler) {
   if (!handler) return messenger_.setMessageHandler(name_, nullptr);
   messenger_.setMessageHandler(name_, [handler = std::move(handler)](std::span<const std::uint8_t> message,
                                                                     BinaryReply reply) {
-    std::string error;
-    const auto call = StandardCodec::decodeMethodCall(message, &error);
+    const auto call = StandardCodec::decodeMethodCall(message);
     if (!call) {
-      return std::move(reply)(
-          StandardCodec::encodeReply(ChannelReply::error("BAD_MESSAGE", "The message is not a method call: " + error)));
+      return std::move(reply)(StandardCodec::encodeReply(
+          ChannelReply::error("BAD_MESSAGE", "The message is not a method call: " + call.error().reason)));
     }
-    // ReplyCallback answers once; the shared holder only makes its sink copyable.
-    auto binaryReply = std::make_shared<BinaryReply>(std::move(reply));
-    handler(*call, ReplyCallback([binaryReply](ChannelReply answer) {
-              std::move(*binaryReply)(StandardCodec::encodeReply(answer));
+    handler(*call, ReplyCallback([reply = std::move(reply)](ChannelReply answer) mutable {
+              std::move(reply)(StandardCodec::encodeReply(answer));
             }));
   });
 }

@@ -76,7 +76,7 @@ constexpr std::array<std::int64_t, 10> kEdgeIds{
 class RecordingMessenger final : public BinaryMessenger {
  public:
   void send(std::string_view, std::vector<std::uint8_t> message) override {
-    check(StandardCodec::decodeMethodCall(message, nullptr).has_value());
+    check(StandardCodec::decodeMethodCall(message).hasValue());
   }
   void setMessageHandler(std::string channel, MessageHandler handler) override {
     handlers_.insert_or_assign(std::move(channel), std::move(handler));
@@ -261,9 +261,9 @@ void callOnce(const FuzzInput& input, FuzzedPlatform& platform, RecordingMesseng
   const auto answers = messenger.deliver(channel, message);
   check(answers.size() == 1);
   platform.mainQueue.runAll();
-  const auto reply = StandardCodec::decodeReply(answers.front(), nullptr);
-  check(reply.has_value());
-  const auto call = StandardCodec::decodeMethodCall(message, nullptr);
+  const auto reply = StandardCodec::decodeReply(answers.front());
+  check(reply.hasValue());
+  const auto call = StandardCodec::decodeMethodCall(message);
   if (!call) return check(isBadMessage(*reply));
   if (close) return checkCloseAnswer(call->method, *reply);
   checkCommandAnswer(call->method, *reply);

@@ -49,12 +49,11 @@ class FuzzedToolRunner final : public ToolRunner {
   explicit FuzzedToolRunner(const FuzzInput& input) : input_(input) {}
 
  protected:
-  ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams,
-                  const EnvironmentChanges&) override {
+  Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams,
+                            const EnvironmentChanges&) override {
     if (executable == "/bin/kill" || executable == "/bin/ps") checkProcessIds(arguments);
+    if (!input_.chance()) return Failure{input_.bytes()};
     ToolRun run;
-    run.started = input_.chance();
-    if (!run.started) return run;
     const std::string output = input_.bytes(64);
     run.output.assign(output.begin(), output.end());
     run.waitStatus = input_.get().ConsumeIntegral<int>();
@@ -95,10 +94,10 @@ class FuzzedRunningApplications final : public RunningApplications {
 class FuzzedScriptRunner final : public ScriptRunner {
  public:
   explicit FuzzedScriptRunner(const FuzzInput& input) : input_(input) {}
-  ScriptOutcome run(const std::string&) override {
-    const auto kind = input_.get().PickValueInArray(
-        {ScriptOutcome::Kind::kNotMade, ScriptOutcome::Kind::kFailed, ScriptOutcome::Kind::kResult});
-    return ScriptOutcome{kind, input_.bytes(), input_.maybeBytes()};
+  Expected<std::optional<std::string>, ScriptFailure> run(const std::string&) override {
+    if (input_.chance()) return input_.maybeBytes();
+    const auto kind = input_.get().PickValueInArray({ScriptFailure::Kind::kNotMade, ScriptFailure::Kind::kFailed});
+    return ScriptFailure{kind, input_.bytes()};
   }
 
  private:
@@ -192,7 +191,7 @@ class FuzzedAlertWindow final : public AlertWindow {
   void centre() override {}
   void setContent(const AlertContent&) override {}
   void makeKeyAndOrderFront() override {}
-  std::function<void()> closeIfStillOpen() override { return [] {}; }
+  OnceCallback<void()> closeIfStillOpen() override { return [] {}; }
 
  private:
   const FuzzInput& input_;
@@ -236,18 +235,19 @@ class FuzzedKeychain final : public Keychain {
   std::optional<Certificate> makeCertificate(const std::vector<std::uint8_t>& der) const override {
     return input_.chance() ? std::optional(certificateFromCheckedDer(der)) : std::nullopt;
   }
-  SearchResult copyMatching(const SearchRequest&) override {
-    SearchResult result;
-    result.status = anyStatus();
-    if (input_.chance()) result.certificate = certificateFromCheckedDer({0x30, 0x00});
-    return result;
+  Expected<Certificate, KeychainError> copyMatching(const SearchRequest&) override {
+    if (input_.chance()) return certificateFromCheckedDer({0x30, 0x00});
+    return anyError();
   }
-  KeychainStatus add(const AddRequest&) override { return anyStatus(); }
+  Expected<void, KeychainError> add(const AddRequest&) override {
+    if (input_.chance()) return {};
+    return anyError();
+  }
 
  private:
-  KeychainStatus anyStatus() const {
-    return input_.get().PickValueInArray({KeychainStatus::kSuccess, KeychainStatus::kItemNotFound,
-                                          KeychainStatus::kDuplicateItem, KeychainStatus::kUnavailable});
+  KeychainError anyError() const {
+    return input_.get().PickValueInArray(
+        {KeychainError::kItemNotFound, KeychainError::kDuplicateItem, KeychainError::kUnavailable});
   }
 
   const FuzzInput& input_;
@@ -257,8 +257,9 @@ class FuzzedTemporaryDirectory final : public TemporaryDirectory {
  public:
   explicit FuzzedTemporaryDirectory(const FuzzInput& input) : input_(input) {}
   std::string path() const override { return input_.bytes(); }
-  std::optional<std::string> writeFile(const std::string&, const std::vector<std::uint8_t>&) override {
-    return input_.maybeBytes();
+  Expected<void> writeFile(const std::string&, const std::vector<std::uint8_t>&) override {
+    if (input_.chance()) return {};
+    return Failure{input_.bytes()};
   }
 
  private:
@@ -319,12 +320,15 @@ class FuzzedBundle final : public BundleLocator, public FileSystem {
 class RefusingPluginServices final : public UrlOpener, public SecretStore {
  public:
   bool canOpen(const std::string&) const override { return false; }
-  std::optional<std::string> open(const std::string&) override { return "refused"; }
-  void store(const std::string&, const std::string&, Completion<Done> done) override { done(Failure{"refused"}); }
-  void lookup(const std::string&, Completion<std::optional<std::string>> done) override { done(Failure{"refused"}); }
-  void remove(const std::string&, Completion<Done> done) override { done(Failure{"refused"}); }
-  void list(Completion<Entries> done) override { done(Failure{"refused"}); }
-  void removeAll(Completion<Done> done) override { done(Failure{"refused"}); }
+  Expected<void> open(const std::string&) override { return kRefused; }
+  void store(const std::string&, const std::string&, Completion<void> done) override { std::move(done)(kRefused); }
+  void lookup(const std::string&, Completion<std::optional<std::string>> done) override { std::move(done)(kRefused); }
+  void remove(const std::string&, Completion<void> done) override { std::move(done)(kRefused); }
+  void list(Completion<Entries> done) override { std::move(done)(kRefused); }
+  void removeAll(Completion<void> done) override { std::move(done)(kRefused); }
+
+ private:
+  inline static const Failure kRefused{"refused"};
 };
 
 struct FuzzedPlatform {

@@ -8,10 +8,9 @@ namespace quillon {
 
 bool SSLFunctions::isCertificateAvailable(const IdentityServices& services, const std::string& subject,
                                           Instant expirationDate) {
-  const SearchResult found = services.keychain.copyMatching(SearchRequest{ItemClass::kCertificate, subject});
-  // A success without a certificate object has nothing to check: not available.
-  if (found.status != KeychainStatus::kSuccess || !found.certificate) return false;
-  return getCertificateExpirationDate(services, *found.certificate) > expirationDate;
+  const auto found = services.keychain.copyMatching(SearchRequest{ItemClass::kCertificate, subject});
+  if (!found) return false;
+  return getCertificateExpirationDate(services, *found) > expirationDate;
 }
 
 bool SSLFunctions::addCertificate(const IdentityServices& services, const std::string& certificate) {
@@ -19,22 +18,22 @@ bool SSLFunctions::addCertificate(const IdentityServices& services, const std::s
   if (!der) return false;
   auto object = services.keychain.makeCertificate(*der);
   if (!object) return false;
-  return services.keychain.add(AddRequest{ItemClass::kCertificate, *std::move(object)}) == KeychainStatus::kSuccess;
+  return services.keychain.add(AddRequest{ItemClass::kCertificate, *std::move(object)}).hasValue();
 }
 
 Instant SSLFunctions::getCertificateExpirationDate(const IdentityServices& services, const Certificate& certificate) {
   const std::string filePath = services.temporaryDirectory.path() + "/" + services.uuids.newUuid() + ".cer";
-  if (const auto error = services.temporaryDirectory.writeFile(filePath, certificate.der())) {
-    services.diagnostics.printLine("Error saving certificate to file: " + *error);
+  if (const auto written = services.temporaryDirectory.writeFile(filePath, certificate.der()); !written) {
+    services.diagnostics.printLine("Error saving certificate to file: " + written.error().reason);
     return services.clock.now();
   }
-  const ToolRun run = services.tools.run(kOpensslPath, {"x509", "-in", filePath, "-noout", "-enddate"},
-                                         ToolRunner::Streams::kOutputAndError);
-  if (!run.started) {
-    services.diagnostics.printLine("Error running OpenSSL: " + run.startError);
+  const auto run = services.tools.run(kOpensslPath, {"x509", "-in", filePath, "-noout", "-enddate"},
+                                      ToolRunner::Streams::kOutputAndError);
+  if (!run) {
+    services.diagnostics.printLine("Error running OpenSSL: " + run.error().reason);
     return services.clock.now();
   }
-  const auto dateText = endDateText(run.output);
+  const auto dateText = endDateText(run->output);
   if (!dateText) return services.clock.now();
   const auto endOfValidity = services.dates.parse(kEndDatePattern, *dateText);
   return endOfValidity ? *endOfValidity : services.clock.now();

@@ -3,9 +3,10 @@
 // the platform builds the window, its labels and its OK button as told.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
+
+#include "base/once_callback.h"
 
 #include "platform/frame_rect.h"
 #include "platform/text_measurer.h"
@@ -76,8 +77,8 @@ class AlertWindow {
   virtual void makeKeyAndOrderFront() = 0;
   // A job that closes the window if it still exists when the job runs. The job
   // holds the window only weakly: it never keeps a closed window alive and does
-  // nothing to one the user has closed already. It may run any number of times.
-  virtual std::function<void()> closeIfStillOpen() = 0;
+  // nothing to one the user has closed already.
+  virtual OnceCallback<void()> closeIfStillOpen() = 0;
 };
 
 class AlertWindowFactory {

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "base/expected.h"
+
 namespace quillon {
 
 // A certificate object: DER bytes that the store has accepted as one X.509
@@ -40,16 +42,10 @@ struct AddRequest {
   Certificate value;
 };
 
-enum class KeychainStatus {
-  kSuccess = 0,
+enum class KeychainError {
   kItemNotFound,
   kDuplicateItem,
   kUnavailable,  // the store could not be opened, read or written
-};
-
-struct SearchResult {
-  KeychainStatus status = KeychainStatus::kItemNotFound;
-  std::optional<Certificate> certificate;  // set when status is kSuccess
 };
 
 class Keychain {
@@ -60,9 +56,9 @@ class Keychain {
   virtual std::optional<Certificate> makeCertificate(const std::vector<std::uint8_t>& der) const = 0;
   // One certificate whose label equals the request's label; which one, when
   // several share it, is the store's choice.
-  virtual SearchResult copyMatching(const SearchRequest& request) = 0;
+  virtual Expected<Certificate, KeychainError> copyMatching(const SearchRequest& request) = 0;
   // kDuplicateItem when this very certificate is already stored.
-  virtual KeychainStatus add(const AddRequest& request) = 0;
+  virtual Expected<void, KeychainError> add(const AddRequest& request) = 0;
 
  protected:
   // Lets implementations (and fakes) vouch for bytes they have decoded.

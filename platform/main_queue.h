@@ -2,13 +2,14 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
+
+#include "base/once_callback.h"
 
 namespace quillon {
 
 class MainQueue {
  public:
-  using Job = std::function<void()>;
+  using Job = OnceCallback<void()>;
 
   virtual ~MainQueue() = default;
   // Runs `job` on a later turn of the main loop.

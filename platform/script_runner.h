@@ -5,24 +5,28 @@
 #include <optional>
 #include <string>
 
+#include "base/expected.h"
+
 namespace quillon {
 
-struct ScriptOutcome {
+// Why a script gave no result.
+struct ScriptFailure {
   enum class Kind {
     kNotMade,  // no script object could be made from the text
     kFailed,   // the run reported an error; `errorInformation` describes it
-    kResult,   // the run gave a result; `text` is its text form, if it has one
   };
 
   Kind kind = Kind::kNotMade;
   std::string errorInformation;
-  std::optional<std::string> text;
+
+  friend bool operator==(const ScriptFailure&, const ScriptFailure&) = default;
 };
 
 class ScriptRunner {
  public:
   virtual ~ScriptRunner() = default;
-  virtual ScriptOutcome run(const std::string& source) = 0;
+  // The result's text form; nothing when the result has none.
+  virtual Expected<std::optional<std::string>, ScriptFailure> run(const std::string& source) = 0;
 };
 
 }  // namespace quillon

@@ -10,38 +10,31 @@
 // completion never meets a store that has gone.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
-#include <variant>
+
+#include "base/expected.h"
+#include "base/once_callback.h"
 
 namespace quillon {
 
 class SecretStore {
  public:
-  struct Failure {
-    std::string reason;
-    friend bool operator==(const Failure&, const Failure&) = default;
-  };
-  // What an operation that answers nothing but its success completes with.
-  using Done = std::monostate;
   using Entries = std::map<std::string, std::string>;
   template <typename T>
-  using Result = std::variant<T, Failure>;
-  template <typename T>
-  using Completion = std::function<void(Result<T>)>;
+  using Completion = OnceCallback<void(Expected<T>)>;
 
   virtual ~SecretStore() = default;
 
   // Replaces the value under `key`, if there was one.
-  virtual void store(const std::string& key, const std::string& value, Completion<Done> done) = 0;
+  virtual void store(const std::string& key, const std::string& value, Completion<void> done) = 0;
   // Nothing when no value is stored under `key`.
   virtual void lookup(const std::string& key, Completion<std::optional<std::string>> done) = 0;
   // Succeeds whether or not a value was stored under `key`.
-  virtual void remove(const std::string& key, Completion<Done> done) = 0;
+  virtual void remove(const std::string& key, Completion<void> done) = 0;
   virtual void list(Completion<Entries> done) = 0;
-  virtual void removeAll(Completion<Done> done) = 0;
+  virtual void removeAll(Completion<void> done) = 0;
 };
 
 }  // namespace quillon

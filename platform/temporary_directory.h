@@ -3,9 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
+
+#include "base/expected.h"
 
 namespace quillon {
 
@@ -15,9 +16,7 @@ class TemporaryDirectory {
   // The directory's path, without a trailing slash.
   virtual std::string path() const = 0;
   // Creates or replaces the file at `filePath` with `bytes`, not atomically.
-  // Nothing on success, the error's text on failure.
-  virtual std::optional<std::string> writeFile(const std::string& filePath,
-                                               const std::vector<std::uint8_t>& bytes) = 0;
+  virtual Expected<void> writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) = 0;
 };
 
 }  // namespace quillon

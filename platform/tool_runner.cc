@@ -4,6 +4,6 @@
 
 namespace quillon {
 
-bool ToolRun::exitedWithZero() const { return started && WIFEXITED(waitStatus) && WEXITSTATUS(waitStatus) == 0; }
+bool ToolRun::exitedWithZero() const { return WIFEXITED(waitStatus) && WEXITSTATUS(waitStatus) == 0; }
 
 }  // namespace quillon

@@ -6,15 +6,15 @@
 #include <utility>
 #include <vector>
 
+#include "base/expected.h"
+
 namespace quillon {
 
+// A tool that was started and has ended.
 struct ToolRun {
-  // False when the tool could not be started; `startError` then says why.
-  bool started = false;
-  std::string startError;
   // Every byte that the tool wrote to the pipe, until it closed its end.
   std::vector<std::uint8_t> output;
-  // The wait status as waitpid gives it; meaningful only when started.
+  // The wait status as waitpid gives it.
   int waitStatus = 0;
 
   bool exitedWithZero() const;
@@ -43,14 +43,15 @@ class ToolRunner {
   // Starts `executable` (an absolute path) with exactly `arguments` (argv[1..]),
   // no shell, the host's environment with `environment`'s changes, the host's
   // working directory, standard input inherited. Reads the pipe to its end and
-  // reaps the child before returning: no child and no descriptor outlives the call.
-  ToolRun run(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+  // reaps the child before returning: no child and no descriptor outlives the
+  // call. Fails, with the system's reason, when the tool cannot be started.
+  Expected<ToolRun> run(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
               const EnvironmentChanges& environment = {}) {
     return runTool(executable, arguments, streams, environment);
   }
 
  protected:
-  virtual ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+  virtual Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
                           const EnvironmentChanges& environment) = 0;
 };
 

@@ -33,9 +33,11 @@ const EnvironmentChanges& psEnvironment() {
   return changes;
 }
 
-ToolRun runPs(ToolRunner& tools, const std::vector<std::string>& arguments) {
+Expected<ToolRun> runPs(ToolRunner& tools, const std::vector<std::string>& arguments) {
   return tools.run(kProcessTool, arguments, ToolRunner::Streams::kOutput, psEnvironment());
 }
+
+bool startedAndExitedWithZero(const Expected<ToolRun>& run) { return run && run->exitedWithZero(); }
 
 }  // namespace
 
@@ -44,9 +46,9 @@ ChannelValue processIdListValue(const std::vector<std::int64_t>& ids) {
 }
 
 std::vector<std::int64_t> ProcessManager::getProcessIdList() {
-  const ToolRun run = runPs(environment_.tools, {"-e", "-o", "pid"});
-  if (!run.started) return {};
-  const auto text = decodeUtf8(run.output);
+  const auto run = runPs(environment_.tools, {"-e", "-o", "pid"});
+  if (!run) return {};
+  const auto text = decodeUtf8(run->output);
   return text ? parseProcessIdList(*text) : std::vector<std::int64_t>{};
 }
 
@@ -67,7 +69,7 @@ void ProcessManager::getProcessesByName(const std::string& processName, Completi
 // listed the id.
 bool ProcessManager::isAlive(std::int64_t processId) {
   if (!isPossibleProcessId(processId)) return false;
-  return runPs(environment_.tools, {"-p", std::to_string(processId)}).exitedWithZero();
+  return startedAndExitedWithZero(runPs(environment_.tools, {"-p", std::to_string(processId)}));
 }
 
 void ProcessManager::getMainWindowHandle(std::int64_t processId, Completion completion) {
@@ -86,8 +88,8 @@ bool ProcessManager::closeWindow(std::int64_t processId) { return killProcess(pr
 
 bool ProcessManager::killProcess(std::int64_t processId) {
   if (!isPossibleProcessId(processId)) return false;
-  return environment_.tools.run(kKillTool, {"-9", std::to_string(processId)}, ToolRunner::Streams::kOutput)
-      .exitedWithZero();
+  return startedAndExitedWithZero(
+      environment_.tools.run(kKillTool, {"-9", std::to_string(processId)}, ToolRunner::Streams::kOutput));
 }
 
 std::string ProcessManager::getProcessName(std::int64_t processId) { return readProcessField(processId, "comm="); }
@@ -151,9 +153,9 @@ void ProcessManager::getProcessWorkingDirectoryWithProcessId(std::int64_t proces
 // An id that names no process reads as the empty text, as ps answers for one.
 std::string ProcessManager::readProcessField(std::int64_t processId, std::string_view keyword) {
   if (!isPossibleProcessId(processId)) return {};
-  const ToolRun run = runPs(environment_.tools, {"-p", std::to_string(processId), "-o", std::string(keyword)});
-  if (!run.started) return std::string(kUnknown);
-  const auto text = decodeUtf8(run.output);
+  const auto run = runPs(environment_.tools, {"-p", std::to_string(processId), "-o", std::string(keyword)});
+  if (!run) return std::string(kUnknown);
+  const auto text = decodeUtf8(run->output);
   return text ? std::string(trimBlanksAndLineBreaks(*text)) : std::string(kUnknown);
 }
 
@@ -171,19 +173,16 @@ std::optional<std::string> ProcessManager::findMainWindowHandle(std::int64_t pro
 }
 
 std::optional<std::string> ProcessManager::runAppleScript(const std::string& source) {
-  ScriptOutcome outcome = environment_.scripts.run(source);
-  switch (outcome.kind) {
-    case ScriptOutcome::Kind::kNotMade:
-      return std::nullopt;
-    case ScriptOutcome::Kind::kFailed:
-      environment_.diagnostics.printLine("AppleScript Error: " + outcome.errorInformation);
-      return std::nullopt;
-    case ScriptOutcome::Kind::kResult:
-      // A result that is not UTF-8 has no text form.
-      if (outcome.text && !isUtf8Text(*outcome.text)) return std::nullopt;
-      return std::move(outcome.text);
+  auto result = environment_.scripts.run(source);
+  if (!result) {
+    if (result.error().kind == ScriptFailure::Kind::kFailed) {
+      environment_.diagnostics.printLine("AppleScript Error: " + result.error().errorInformation);
+    }
+    return std::nullopt;
   }
-  return std::nullopt;
+  // A result that is not UTF-8 has no text form.
+  if (*result && !isUtf8Text(**result)) return std::nullopt;
+  return *std::move(result);
 }
 
 std::optional<std::string> ProcessManager::findMainWindowTitle(std::int64_t processId) {

@@ -4,7 +4,8 @@
 // Contract: used from one thread. request() waits for the reply to its own
 // message; messages the host sends meanwhile are kept, in order, for
 // nextMessage(). Every wait has a deadline (kForever waits without one). After
-// an error the connection is unusable; connect again.
+// an error the connection is unusable; connect again. Failures carry their
+// reason.
 #pragma once
 
 #include <chrono>
@@ -17,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/expected.h"
 #include "base/unique_fd.h"
 #include "channel/channel_reply.h"
 #include "channel/method_call.h"
@@ -34,24 +36,23 @@ class LinkClient {
     std::vector<std::uint8_t> payload;
   };
 
-  // Nothing, with `error` set, when no host answers at `path`.
-  static std::unique_ptr<LinkClient> connect(const std::string& path, std::string* error);
+  // Fails when no host answers at `path`.
+  static Expected<std::unique_ptr<LinkClient>> connect(const std::string& path);
 
   explicit LinkClient(UniqueFd socket) : socket_(std::move(socket)) {}
   LinkClient(const LinkClient&) = delete;
   LinkClient& operator=(const LinkClient&) = delete;
 
   // Sends a message on `channel` and waits for its reply payload (empty for not-implemented).
-  std::optional<std::vector<std::uint8_t>> request(std::string_view channel, std::span<const std::uint8_t> payload,
-                                                   std::chrono::milliseconds timeout, std::string* error);
+  Expected<std::vector<std::uint8_t>> request(std::string_view channel, std::span<const std::uint8_t> payload,
+                                              std::chrono::milliseconds timeout);
   // request() with the standard method codec on both sides.
-  std::optional<ChannelReply> call(std::string_view channel, const MethodCall& call, std::chrono::milliseconds timeout,
-                                   std::string* error);
+  Expected<ChannelReply> call(std::string_view channel, const MethodCall& call, std::chrono::milliseconds timeout);
   // Writes bytes as they are, framed or not.
-  bool sendRaw(std::span<const std::uint8_t> bytes, std::string* error);
+  Expected<void> sendRaw(std::span<const std::uint8_t> bytes);
 
   // The next message from the host.
-  std::optional<HostMessage> nextMessage(std::chrono::milliseconds timeout, std::string* error);
+  Expected<HostMessage> nextMessage(std::chrono::milliseconds timeout);
   // Whether the host closes the connection before the deadline (frames that arrive meanwhile are skipped).
   bool waitForClose(std::chrono::milliseconds timeout);
   // Whether the host has closed the connection.
@@ -59,7 +60,7 @@ class LinkClient {
 
  private:
   using Deadline = std::optional<std::chrono::steady_clock::time_point>;
-  std::optional<LinkFrame> readFrame(Deadline deadline, std::string* error);
+  Expected<LinkFrame> readFrame(Deadline deadline);
   static Deadline deadlineAfter(std::chrono::milliseconds timeout);
 
   UniqueFd socket_;

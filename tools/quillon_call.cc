@@ -109,8 +109,8 @@ std::variant<Options, int> parseOptions(const std::vector<std::string_view>& wor
   return options;
 }
 
-int linkFailure(const std::string& error) {
-  std::cerr << "quillon-call: " << error << '\n';
+int linkFailure(const Failure& failure) {
+  std::cerr << "quillon-call: " << failure.reason << '\n';
   return kLinkFailure;
 }
 
@@ -130,18 +130,15 @@ int printReply(const ChannelReply& reply) {
 }
 
 int runCall(LinkClient& client, const Options& options) {
-  std::string error;
-  const auto reply =
-      client.call(options.channel, MethodCall{options.method, options.arguments}, LinkClient::kForever, &error);
-  if (!reply) return linkFailure(error);
+  const auto reply = client.call(options.channel, MethodCall{options.method, options.arguments}, LinkClient::kForever);
+  if (!reply) return linkFailure(reply.error());
   return printReply(*reply);
 }
 
 void answerClose(LinkClient& client) {
-  std::string error;
-  const auto reply = client.call(kAppCloseChannel, MethodCall{"forceQuitApp", {}}, LinkClient::kForever, &error);
+  const auto reply = client.call(kAppCloseChannel, MethodCall{"forceQuitApp", {}}, LinkClient::kForever);
   if (!reply) {
-    std::cerr << "quillon-call: forceQuitApp: " << error << '\n';
+    std::cerr << "quillon-call: forceQuitApp: " << reply.error().reason << '\n';
   } else if (!reply->isSuccess()) {
     std::cerr << "quillon-call: forceQuitApp answered " << describe(*reply) << '\n';
   }
@@ -149,12 +146,12 @@ void answerClose(LinkClient& client) {
 
 int runListen(LinkClient& client, const Options& options) {
   for (;;) {
-    std::string error;
-    const auto message = client.nextMessage(LinkClient::kForever, &error);
-    if (!message) return client.hostClosed() ? kSuccess : linkFailure(error);
-    const auto call = StandardCodec::decodeMethodCall(message->payload, &error);
+    const auto message = client.nextMessage(LinkClient::kForever);
+    if (!message) return client.hostClosed() ? kSuccess : linkFailure(message.error());
+    const auto call = StandardCodec::decodeMethodCall(message->payload);
     if (!call) {
-      std::cerr << "quillon-call: a message on " << message->channel << " does not decode: " << error << '\n';
+      std::cerr << "quillon-call: a message on " << message->channel << " does not decode: " << call.error().reason
+                << '\n';
       continue;
     }
     OrderedJson line = {{"channel", message->channel}, {"method", call->method}, {"arguments", jsonFromValue(call->arguments)}};
@@ -169,10 +166,9 @@ int run(const std::vector<std::string_view>& words) {
   const auto parsed = parseOptions(words);
   if (const int* status = std::get_if<int>(&parsed)) return *status;
   const Options& options = std::get<Options>(parsed);
-  std::string error;
-  const auto client = LinkClient::connect(Engine::interfaceSocketPath(), &error);
-  if (!client) return linkFailure(error);
-  return options.listen ? runListen(*client, options) : runCall(*client, options);
+  const auto client = LinkClient::connect(Engine::interfaceSocketPath());
+  if (!client) return linkFailure(client.error());
+  return options.listen ? runListen(**client, options) : runCall(**client, options);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -14,20 +13,28 @@
 namespace quillon {
 namespace {
 
-using Done = SecretStore::Done;
 using Entries = SecretStore::Entries;
 using Value = std::optional<std::string>;
 
+void answerFailure(ReplyCallback reply, const Failure& failure) {
+  std::move(reply).error(FlutterSecureStoragePlugin::kStoreError, toUtf8Text(failure.reason));
+}
+
 // A completion that answers `reply` with what `present` makes of the store's
-// result, or with the store's failure. The reply is one-shot; the shared
-// holder only lets the copyable completion carry it.
+// value, or with the store's failure.
 template <typename T, typename Present>
 SecretStore::Completion<T> answerWith(ReplyCallback reply, Present present) {
-  return [reply = std::make_shared<ReplyCallback>(std::move(reply)), present](SecretStore::Result<T> result) {
-    if (const auto* failure = std::get_if<SecretStore::Failure>(&result)) {
-      return std::move(*reply).error(FlutterSecureStoragePlugin::kStoreError, toUtf8Text(failure->reason));
-    }
-    std::move(*reply).success(present(std::get<T>(std::move(result))));
+  return [reply = std::move(reply), present](Expected<T> result) mutable {
+    if (!result) return answerFailure(std::move(reply), result.error());
+    std::move(reply).success(present(*std::move(result)));
+  };
+}
+
+// A completion that answers `reply` with null, or with the store's failure.
+SecretStore::Completion<void> answerDone(ReplyCallback reply) {
+  return [reply = std::move(reply)](Expected<void> result) mutable {
+    if (!result) return answerFailure(std::move(reply), result.error());
+    std::move(reply).success();
   };
 }
 
@@ -35,7 +42,6 @@ SecretStore::Completion<T> answerWith(ReplyCallback reply, Present present) {
 // another program and is not one of the interface's: it counts as not stored.
 bool isStoredText(const Value& value) { return value && isUtf8Text(*value); }
 
-ChannelValue null(Done) { return {}; }
 ChannelValue valueOrNull(Value value) { return isStoredText(value) ? ChannelValue(std::move(*value)) : ChannelValue(); }
 ChannelValue presence(const Value& value) { return isStoredText(value); }
 
@@ -57,7 +63,7 @@ struct KeyedCall {
 void writeValue(SecretStore& store, const std::string& key, const CommandArguments& arguments, ReplyCallback reply) {
   const std::string* value = arguments.string("value");
   if (value == nullptr) return answerInvalidArgument(std::move(reply), "Expected a string \"value\"");
-  store.store(key, *value, answerWith<Done>(std::move(reply), null));
+  store.store(key, *value, answerDone(std::move(reply)));
 }
 
 void readValue(SecretStore& store, const std::string& key, const CommandArguments&, ReplyCallback reply) {
@@ -69,7 +75,7 @@ void checkKey(SecretStore& store, const std::string& key, const CommandArguments
 }
 
 void removeValue(SecretStore& store, const std::string& key, const CommandArguments&, ReplyCallback reply) {
-  store.remove(key, answerWith<Done>(std::move(reply), null));
+  store.remove(key, answerDone(std::move(reply)));
 }
 
 constexpr std::array kKeyedCalls{
@@ -88,7 +94,7 @@ void answerKeyedCall(SecretStore& store, const KeyedCall& keyed, const MethodCal
 
 void answerStorageCall(SecretStore& store, const MethodCall& call, ReplyCallback reply) {
   if (call.method == "readAll") return store.list(answerWith<Entries>(std::move(reply), entriesMap));
-  if (call.method == "deleteAll") return store.removeAll(answerWith<Done>(std::move(reply), null));
+  if (call.method == "deleteAll") return store.removeAll(answerDone(std::move(reply)));
   const auto keyed = std::ranges::find(kKeyedCalls, call.method, &KeyedCall::method);
   if (keyed == kKeyedCalls.end()) return std::move(reply).notImplemented();
   answerKeyedCall(store, *keyed, call, std::move(reply));

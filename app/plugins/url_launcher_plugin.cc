@@ -21,8 +21,8 @@ void answerUrlCall(UrlOpener& urls, const MethodCall& call, ReplyCallback reply)
     answerInvalidArgument(std::move(reply), "Expected url");
   } else if (call.method == "canLaunch") {
     std::move(reply).success(urls.canOpen(*url));
-  } else if (const std::optional<std::string> failure = urls.open(*url)) {
-    std::move(reply).error("Launch Error", "Failed to launch URL: " + toUtf8Text(*failure));
+  } else if (const Expected<void> opened = urls.open(*url); !opened) {
+    std::move(reply).error("Launch Error", "Failed to launch URL: " + toUtf8Text(opened.error().reason));
   } else {
     std::move(reply).success(true);
   }

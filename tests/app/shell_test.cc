@@ -63,16 +63,16 @@ struct NoDesktop final : HostWindows, Screens, TextMeasurer, AlertWindowFactory,
 
 struct NoUrlHandlers final : UrlOpener {
   bool canOpen(const std::string&) const override { return false; }
-  std::optional<std::string> open(const std::string&) override { return "no handlers in this test"; }
+  Expected<void> open(const std::string&) override { return Failure{"no handlers in this test"}; }
 };
 
 struct FailingSecretStore final : SecretStore {
-  void store(const std::string&, const std::string&, Completion<Done> done) override { done(Failure{reason}); }
-  void lookup(const std::string&, Completion<std::optional<std::string>> done) override { done(Failure{reason}); }
-  void remove(const std::string&, Completion<Done> done) override { done(Failure{reason}); }
-  void list(Completion<Entries> done) override { done(Failure{reason}); }
-  void removeAll(Completion<Done> done) override { done(Failure{reason}); }
-  const std::string reason = "no keyring in this test";
+  void store(const std::string&, const std::string&, Completion<void> done) override { std::move(done)(kNoKeyring); }
+  void lookup(const std::string&, Completion<std::optional<std::string>> done) override { std::move(done)(kNoKeyring); }
+  void remove(const std::string&, Completion<void> done) override { std::move(done)(kNoKeyring); }
+  void list(Completion<Entries> done) override { std::move(done)(kNoKeyring); }
+  void removeAll(Completion<void> done) override { std::move(done)(kNoKeyring); }
+  inline static const Failure kNoKeyring{"no keyring in this test"};
 };
 
 struct FakeEngine final : ViewEngine {

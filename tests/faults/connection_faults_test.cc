@@ -151,8 +151,7 @@ TEST_F(ConnectionFaultTest, ConnectionsWhoseUnfinishedFramesWouldPassTheBudgetAr
   for (std::size_t index = 0; index < kClients; ++index) {
     clients.push_back(connectTo(*host_));
     ASSERT_TRUE(clients.back());
-    std::string error;
-    if (clients.back()->sendRaw(std::span(frame).first(kSent), &error) && !clients.back()->waitForClose(200ms)) ++kept;
+    if (clients.back()->sendRaw(std::span(frame).first(kSent)) && !clients.back()->waitForClose(200ms)) ++kept;
   }
   EXPECT_EQ(kept, kIncomingBudget / kSent);
   EXPECT_TRUE(waitUntil([&] { return countOccurrences(host_->errorOutput(), "would pass 256 MiB") == kClients - kept; },
@@ -168,8 +167,8 @@ TEST_F(ConnectionFaultTest, ConnectionsWhoseUnfinishedFramesWouldPassTheBudgetAr
   ASSERT_TRUE(newcomer);
   expectServed(*newcomer);
   // A kept connection finishes its frame; the call after it is answered only if the frame was taken whole.
-  std::string error;
-  ASSERT_TRUE(clients.front()->sendRaw(std::span(frame).subspan(kSent), &error)) << error;
+  const auto sent = clients.front()->sendRaw(std::span(frame).subspan(kSent));
+  ASSERT_TRUE(sent) << sent.error().reason;
   expectServed(*clients.front());
   EXPECT_EQ(host_->stop(), 0);
 }
@@ -191,8 +190,8 @@ TEST_F(ConnectionFaultTest, TheHostDropsClientsThatVanishAndServesTheOthers) {
     SCOPED_TRACE(moment);
     auto vanishing = connectTo(*host_);
     ASSERT_TRUE(vanishing);
-    std::string error;
-    EXPECT_TRUE(vanishing->sendRaw(bytes, &error)) << error;
+    const auto sent = vanishing->sendRaw(bytes);
+    EXPECT_TRUE(sent) << sent.error().reason;
     vanishing.reset();
     expectServed(*served_);
     EXPECT_TRUE(waitUntil([&] { return openDescriptors().size() == descriptors; }, kAnswerTime));

@@ -64,9 +64,8 @@ TEST(KeyringLossTest, CallsInFlightAreAnsweredOnceWhenTheKeyringIsKilled) {
   while (auto reply = interface.receive(kAnswerTime)) {
     if (reply->kind != FrameKind::reply) continue;
     ++answers[reply->id];
-    std::string error;
-    const auto decoded = StandardCodec::decodeReply(reply->payload, &error);
-    ASSERT_TRUE(decoded) << error;
+    const auto decoded = StandardCodec::decodeReply(reply->payload);
+    ASSERT_TRUE(decoded) << decoded.error().reason;
     if (decoded->isError()) {
       EXPECT_EQ(decoded->error().code, FlutterSecureStoragePlugin::kStoreError);
       ++failures;

@@ -19,31 +19,31 @@ struct FakeKeychain final : Keychain {
     if (der.empty() || der.front() != 0x30) return std::nullopt;  // a DER SEQUENCE, as far as fakes go
     return certificateFromCheckedDer(der);
   }
-  SearchResult copyMatching(const SearchRequest& request) override {
+  Expected<Certificate, KeychainError> copyMatching(const SearchRequest& request) override {
     searches.push_back(request);
     const auto found = stored.find(request.label);
-    if (found == stored.end()) return {KeychainStatus::kItemNotFound, std::nullopt};
-    return {KeychainStatus::kSuccess, certificateFromCheckedDer(found->second)};
+    if (found == stored.end()) return KeychainError::kItemNotFound;
+    return certificateFromCheckedDer(found->second);
   }
-  KeychainStatus add(const AddRequest& request) override {
+  Expected<void, KeychainError> add(const AddRequest& request) override {
     added.push_back(request.value.der());
-    return addStatus;
+    return addResult;
   }
   static Certificate certificate(std::vector<std::uint8_t> der) { return certificateFromCheckedDer(std::move(der)); }
 
   std::map<std::string, std::vector<std::uint8_t>> stored;  // label -> DER
-  KeychainStatus addStatus = KeychainStatus::kSuccess;
+  Expected<void, KeychainError> addResult;
   std::vector<SearchRequest> searches;
   std::vector<std::vector<std::uint8_t>> added;
 };
 
 struct FakeTemporaryDirectory final : TemporaryDirectory {
   std::string path() const override { return "/tmp/user"; }
-  std::optional<std::string> writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override {
-    if (!writeError) files[filePath] = bytes;
-    return writeError;
+  Expected<void> writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override {
+    if (writeResult) files[filePath] = bytes;
+    return writeResult;
   }
-  std::optional<std::string> writeError;
+  Expected<void> writeResult;
   std::map<std::string, std::vector<std::uint8_t>> files;
 };
 

@@ -94,10 +94,11 @@ TEST(LinuxTemporaryDirectoryTest, WritesInTmpdirElseTmp) {
   ::setenv("TMPDIR", (root.path() + "/").c_str(), 1);
   LinuxTemporaryDirectory temporary;
   EXPECT_EQ(temporary.path(), root.path());
-  EXPECT_EQ(temporary.writeFile(root.path() + "/x.cer", {0x30, 0x00}), std::nullopt);
+  EXPECT_TRUE(temporary.writeFile(root.path() + "/x.cer", {0x30, 0x00}));
   EXPECT_TRUE(fs::exists(root.path() + "/x.cer"));
-  EXPECT_THAT(temporary.writeFile(root.path() + "/missing/x.cer", {0x30}),
-              ::testing::Optional(::testing::HasSubstr("No such file or directory")));
+  const Expected<void> unwritten = temporary.writeFile(root.path() + "/missing/x.cer", {0x30});
+  ASSERT_FALSE(unwritten);
+  EXPECT_THAT(unwritten.error().reason, ::testing::HasSubstr("No such file or directory"));
   ::unsetenv("TMPDIR");
   EXPECT_EQ(temporary.path(), "/tmp");
 }

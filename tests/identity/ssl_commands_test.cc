@@ -62,7 +62,7 @@ TEST_F(SslCommandsTest, ChecksAgainstTheParsedInstantOrRefuses) {
 
 TEST_F(SslCommandsTest, AddsTheCertificateTextOrRefuses) {
   EXPECT_EQ(call("ssl::addCertificate", argumentMap({{"certificate", "MAA="}, {"other", 1}})), ChannelReply::success(true));
-  platform.keychain.addStatus = KeychainStatus::kDuplicateItem;
+  platform.keychain.addResult = KeychainError::kDuplicateItem;
   EXPECT_EQ(call("ssl::addCertificate", argumentMap({{"certificate", "MAA="}})), ChannelReply::success(false));
   for (const ChannelValue& arguments : {ChannelValue(), ChannelValue(ChannelList{ChannelValue("MAA=")}),
                                         argumentMap({{"certificate", std::int64_t{7}}}), argumentMap({{"cert", "MAA="}})}) {

@@ -63,21 +63,22 @@ TEST_F(SSLFunctionsTest, WritesTheDerFileAndReadsItsEndWithOpenssl) {
 // Whatever goes wrong, the end of validity is the current instant: such a
 // certificate is available only for dates already past.
 TEST_F(SSLFunctionsTest, AnUnreadableEndIsTheCurrentInstant) {
-  const std::tuple<const char*, std::optional<std::string>, ToolRun, Lines> cases[] = {
-      {"file not written", "Permission denied", finishedRun(""), {"Error saving certificate to file: Permission denied"}},
-      {"tool not started", std::nullopt, testing::notStartedRun(), {"Error running OpenSSL: No such file or directory"}},
-      {"no date", std::nullopt, finishedRun("Could not open file or uri for loading certificate from x.cer\n"), {}},
-      {"date not UTF-8", std::nullopt, finishedRun("notAfter=\xff"), {}},
-      {"date not known", std::nullopt, finishedRun("notAfter=Feb 30 00:00:00 2030 GMT"), {}},
+  const Expected<void> written;
+  const std::tuple<const char*, Expected<void>, Expected<ToolRun>, Lines> cases[] = {
+      {"file not written", Failure{"Permission denied"}, finishedRun(""), {"Error saving certificate to file: Permission denied"}},
+      {"tool not started", written, testing::notStartedRun(), {"Error running OpenSSL: No such file or directory"}},
+      {"no date", written, finishedRun("Could not open file or uri for loading certificate from x.cer\n"), {}},
+      {"date not UTF-8", written, finishedRun("notAfter=\xff"), {}},
+      {"date not known", written, finishedRun("notAfter=Feb 30 00:00:00 2030 GMT"), {}},
   };
-  for (const auto& [name, writeError, run, lines] : cases) {
+  for (const auto& [name, writeResult, run, lines] : cases) {
     SCOPED_TRACE(name);
-    platform.temporaryDirectory.writeError = writeError;
+    platform.temporaryDirectory.writeResult = writeResult;
     platform.tools.answer = run;
     platform.tools.calls.clear();
     platform.diagnostics.lines.clear();
     EXPECT_EQ(endOfValidity(), platform.clock.instant);
-    EXPECT_EQ(platform.tools.calls.size(), writeError ? 0U : 1U);
+    EXPECT_EQ(platform.tools.calls.size(), writeResult ? 1U : 0U);
     EXPECT_EQ(platform.diagnostics.lines, lines);
     EXPECT_TRUE(available(platform.clock.instant - seconds(1)));
     EXPECT_FALSE(available(platform.clock.instant));
@@ -90,8 +91,8 @@ TEST_F(SSLFunctionsTest, AddsTheDecodedCertificateOrAnswersFalse) {
   EXPECT_FALSE(SSLFunctions::addCertificate(platform.services, "MAMCAQc"));  // unpadded
   EXPECT_FALSE(SSLFunctions::addCertificate(platform.services, "AQID"));     // not a certificate
   EXPECT_EQ(platform.keychain.added.size(), 1U);
-  for (const auto status : {KeychainStatus::kDuplicateItem, KeychainStatus::kUnavailable}) {
-    platform.keychain.addStatus = status;
+  for (const auto refusal : {KeychainError::kDuplicateItem, KeychainError::kUnavailable}) {
+    platform.keychain.addResult = refusal;
     EXPECT_FALSE(SSLFunctions::addCertificate(platform.services, "MAMCAQc="));
   }
   EXPECT_TRUE(platform.diagnostics.lines.empty());

@@ -28,8 +28,9 @@ TEST(HostEndToEndTest, BrokenFramingClosesOnlyThatClientWithItsReason) {
   };
   for (const auto& [bytes, reason] : kBroken) {
     auto broken = connectTo(*host);
-    std::string error;
-    ASSERT_TRUE(broken && broken->sendRaw(bytes, &error)) << error;
+    ASSERT_TRUE(broken);
+    const auto sent = broken->sendRaw(bytes);
+    ASSERT_TRUE(sent) << sent.error().reason;
     EXPECT_TRUE(broken->waitForClose(kAnswerTime)) << reason;
   }
   auto later = connectTo(*host);
@@ -55,9 +56,10 @@ TEST(HostEndToEndTest, ALiveHostThatDoesNotTakeTheLaunchLeavesTheSecondAtStatusO
     ScriptedHost olderHost(
         host.socketPath(),
         [&received](LinkClient& client) {
-          std::string error;
-          received = client.nextMessage(kAnswerTime, &error);
-          if (received) client.sendRaw(encodeReplyFrame(received->id, {}), &error);
+          if (auto message = client.nextMessage(kAnswerTime)) {
+            client.sendRaw(encodeReplyFrame(message->id, {}));
+            received = *std::move(message);
+          }
         });
     const auto second = host.spawnHost("second", {{"DESKTOP_STARTUP_ID", "launch-2_TIME7"}});
     EXPECT_EQ(second->waitExit(kAnswerTime), 1);
@@ -66,8 +68,7 @@ TEST(HostEndToEndTest, ALiveHostThatDoesNotTakeTheLaunchLeavesTheSecondAtStatusO
   EXPECT_EQ(received->channel, "quillon.app/instance");
   ChannelMap arguments;
   arguments.set("startupId", "launch-2_TIME7");
-  std::string error;
-  EXPECT_EQ(StandardCodec::decodeMethodCall(received->payload, &error), (MethodCall{"activate", arguments}));
+  EXPECT_EQ(StandardCodec::decodeMethodCall(received->payload), (MethodCall{"activate", arguments}));
   EXPECT_EQ(host.errorOutput("second"), "quillon-host: another host already serves " + host.socketPath() +
                                             " and did not take the launch: it answered not-implemented\n");
 }

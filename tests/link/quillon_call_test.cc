@@ -102,10 +102,9 @@ TEST(QuillonCallTest, PrintsWhatAStandInHostAnswersWithItsExitStatus) {
     ToolRun run;
     {
       ScriptedHost host(socket, [&](LinkClient& client) {
-        std::string error;
-        if (const auto message = client.nextMessage(std::chrono::seconds(20), &error)) {
-          received = StandardCodec::decodeMethodCall(message->payload, &error);
-          client.sendRaw(encodeReplyFrame(message->id, answer.payload), &error);
+        if (const auto message = client.nextMessage(std::chrono::seconds(20))) {
+          if (auto call = StandardCodec::decodeMethodCall(message->payload)) received = *std::move(call);
+          client.sendRaw(encodeReplyFrame(message->id, answer.payload));
         }
       });
       run = runTool(QUILLON_CALL_BINARY, answer.run.arguments, environment, directory);

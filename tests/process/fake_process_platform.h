@@ -2,6 +2,7 @@
 // records what it was asked and answers what the test set.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,11 +21,12 @@ struct FakeRunningApplications final : RunningApplications {
 };
 
 struct FakeScriptRunner final : ScriptRunner {
-  ScriptOutcome run(const std::string& source) override {
+  using Result = Expected<std::optional<std::string>, ScriptFailure>;
+  Result run(const std::string& source) override {
     sources.push_back(source);
-    return outcome;
+    return result;
   }
-  ScriptOutcome outcome;
+  Result result = ScriptFailure{};
   std::vector<std::string> sources;
 };
 

@@ -58,7 +58,7 @@ TEST_F(ProcessCommandsTest, ProcessesByNameTakesTheNameUnchangedOrIsRefused) {
 // Each command reaches its own operation: the tools answer in the order the
 // commands run, and every answer differs from its neighbours'.
 TEST_F(ProcessCommandsTest, ProcessIdCommandsAnswerWhatTheirOperationGives) {
-  platform.scripts.outcome = {ScriptOutcome::Kind::kResult, "", "77"};
+  platform.scripts.result = std::optional<std::string>("77");
   platform.windows.windows = std::vector<WindowListEntry>{{77, "Main", std::nullopt}};
   platform.tools.answers = {finishedRun("PID\n77\n"), finishedRun("", 1), finishedRun(""), finishedRun("sleep\n"),
                             finishedRun("/bin/sleep 100\n"), finishedRun("/bin/sleep 1\n")};

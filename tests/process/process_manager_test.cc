@@ -42,7 +42,7 @@ class ProcessManagerTest : public ::testing::Test {
 };
 
 TEST_F(ProcessManagerTest, ProcessIdListIsEveryNumberLinePsPrintsWhateverItsExitStatus) {
-  const std::pair<ToolRun, Ids> cases[] = {
+  const std::pair<Expected<ToolRun>, Ids> cases[] = {
       {finishedRun("    PID\n      1\n     97\n"), {1, 97}},
       {finishedRun("PID\n4\n", 1), {4}},
       {finishedRun("PID\n1\n\xFF\n2\n"), {}},  // not UTF-8
@@ -58,13 +58,13 @@ TEST_F(ProcessManagerTest, ProcessIdListIsEveryNumberLinePsPrintsWhateverItsExit
 
 // The output is whatever ps's settings make of it; the exit status is not.
 TEST_F(ProcessManagerTest, AliveExactlyWhenPsListedTheId) {
-  const std::tuple<const char*, ToolRun, bool> cases[] = {
+  const std::tuple<const char*, Expected<ToolRun>, bool> cases[] = {
       {"listed", finishedRun("    PID TTY          TIME CMD\n     42 ?        00:00:00 sleep\n"), true},
       {"listed under a PS_FORMAT without header", finishedRun("42\n"), true},
       {"listed, output not UTF-8", finishedRun("PID\n42 \xFF\n"), true},
       {"not listed: header only", finishedRun("    PID TTY          TIME CMD\n", 1), false},
       {"not listed, yet a line under the header", finishedRun("PID\n42\n", 1), false},
-      {"killed by a signal", [] { ToolRun run = finishedRun(""); run.waitStatus = SIGKILL; return run; }(), false},
+      {"killed by a signal", ToolRun{.output = {}, .waitStatus = SIGKILL}, false},
       {"tool not started", notStartedRun(), false},
   };
   for (const auto& [name, run, alive] : cases) {
@@ -77,7 +77,7 @@ TEST_F(ProcessManagerTest, AliveExactlyWhenPsListedTheId) {
 }
 
 TEST_F(ProcessManagerTest, KillAndCloseWindowAnswerWhetherKillExitedWithZero) {
-  const std::pair<ToolRun, bool> cases[] = {{finishedRun(""), true}, {finishedRun("", 1), false}, {notStartedRun(), false}};
+  const std::pair<Expected<ToolRun>, bool> cases[] = {{finishedRun(""), true}, {finishedRun("", 1), false}, {notStartedRun(), false}};
   for (const auto& [run, killed] : cases) {
     for (auto operation : {&ProcessManager::killProcess, &ProcessManager::closeWindow}) {
       platform.tools.answers = {run};
@@ -111,7 +111,7 @@ TEST_F(ProcessManagerTest, FieldsAreWhatPsPrintsForTheirKeywordTrimmedOrUnknown)
       {&ProcessManager::getProcessFileName, "args="},
       {&ProcessManager::getProcessLaunchArguments, "args="},
   };
-  const std::pair<ToolRun, std::string> cases[] = {
+  const std::pair<Expected<ToolRun>, std::string> cases[] = {
       {finishedRun("  sleep \n"), "sleep"},
       {finishedRun("/bin/sleep  1000  x\n"), "/bin/sleep  1000  x"},
       {finishedRun("", 1), ""},  // an id that is gone
@@ -144,20 +144,21 @@ TEST_F(ProcessManagerTest, ProcessesByNameMatchesWholeNames) {
 }
 
 TEST_F(ProcessManagerTest, MainWindowHandleAnswersTheScriptsText) {
-  using Kind = ScriptOutcome::Kind;
+  using Kind = ScriptFailure::Kind;
+  using Text = std::optional<std::string>;
   const ChannelReply notFound = ChannelReply::error("UNAVAILABLE", "Main window handle not found");
-  const std::tuple<const char*, ScriptOutcome, ChannelReply, std::vector<std::string>> cases[] = {
-      {"process listed", {Kind::kResult, "", "4242"}, ChannelReply::success("4242"), {}},
-      {"process not listed", {Kind::kResult, "", ""}, ChannelReply::success(""), {}},
-      {"result without text", {Kind::kResult, "", std::nullopt}, notFound, {}},
-      {"result that is not UTF-8", {Kind::kResult, "", "42\xFF"}, notFound, {}},
-      {"script not made", {Kind::kNotMade, "", std::nullopt}, notFound, {}},
-      {"script failed", {Kind::kFailed, "{number = -1728}", std::nullopt}, notFound,
+  const std::tuple<const char*, testing::FakeScriptRunner::Result, ChannelReply, std::vector<std::string>> cases[] = {
+      {"process listed", Text("4242"), ChannelReply::success("4242"), {}},
+      {"process not listed", Text(""), ChannelReply::success(""), {}},
+      {"result without text", Text(), notFound, {}},
+      {"result that is not UTF-8", Text("42\xFF"), notFound, {}},
+      {"script not made", ScriptFailure{Kind::kNotMade, ""}, notFound, {}},
+      {"script failed", ScriptFailure{Kind::kFailed, "{number = -1728}"}, notFound,
        {"AppleScript Error: {number = -1728}"}},
   };
-  for (const auto& [name, outcome, reply, printed] : cases) {
+  for (const auto& [name, result, reply, printed] : cases) {
     SCOPED_TRACE(name);
-    platform.scripts.outcome = outcome;
+    platform.scripts.result = result;
     platform.scripts.sources.clear();
     platform.diagnostics.lines.clear();
     EXPECT_EQ(answer(&ProcessManager::getMainWindowHandle, std::int64_t{4242}), reply);

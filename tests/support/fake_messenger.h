@@ -6,7 +6,6 @@
 
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,11 +31,9 @@ class FakeMessenger final : public BinaryMessenger {
   std::vector<ChannelReply> post(const std::string& channel, const Bytes& message) {
     auto replies = std::make_shared<std::vector<ChannelReply>>();  // Later answers harm nothing.
     BinaryReply reply([replies](Bytes payload) {
-      std::string error;
-      const auto decoded =
-          payload.empty() ? std::optional(ChannelReply::notImplemented()) : StandardCodec::decodeReply(payload, &error);
-      EXPECT_TRUE(decoded) << error;
-      replies->push_back(decoded.value_or(ChannelReply::error("TEST", "undecodable reply: " + error)));
+      const auto decoded = StandardCodec::decodeReply(payload);
+      EXPECT_TRUE(decoded) << decoded.error().reason;
+      replies->push_back(decoded ? *decoded : ChannelReply::error("TEST", "undecodable reply: " + decoded.error().reason));
     });
     if (const auto handler = handlers.find(channel); handler != handlers.end()) {
       handler->second(message, std::move(reply));

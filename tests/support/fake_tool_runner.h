@@ -19,26 +19,24 @@ struct ToolCall {
 };
 
 // A tool run that printed `output` and exited with `exitCode`.
-inline ToolRun finishedRun(std::string_view output, int exitCode = 0) {
-  return ToolRun{.started = true, .startError = {}, .output = {output.begin(), output.end()}, .waitStatus = exitCode << 8};
+inline Expected<ToolRun> finishedRun(std::string_view output, int exitCode = 0) {
+  return ToolRun{.output = {output.begin(), output.end()}, .waitStatus = exitCode << 8};
 }
 
-inline ToolRun notStartedRun() {
-  return ToolRun{.started = false, .startError = "No such file or directory", .output = {}, .waitStatus = 0};
-}
+inline Expected<ToolRun> notStartedRun() { return Failure{"No such file or directory"}; }
 
 class FakeToolRunner final : public ToolRunner {
  public:
-  std::deque<ToolRun> answers;
-  ToolRun answer = finishedRun("");
+  std::deque<Expected<ToolRun>> answers;
+  Expected<ToolRun> answer = finishedRun("");
   std::vector<ToolCall> calls;
 
  protected:
-  ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
-                  const EnvironmentChanges&) override {
+  Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+                            const EnvironmentChanges&) override {
     calls.push_back({executable, arguments, streams});
     if (answers.empty()) return answer;
-    ToolRun next = std::move(answers.front());
+    Expected<ToolRun> next = std::move(answers.front());
     answers.pop_front();
     return next;
   }

@@ -39,10 +39,9 @@ inline std::unique_ptr<HostProcess> startedHost(HostProcess::Layout layout) {
 }
 
 inline std::unique_ptr<LinkClient> connectTo(const HostProcess& host) {
-  std::string error;
-  auto client = LinkClient::connect(host.socketPath(), &error);
-  EXPECT_TRUE(client) << error;
-  return client;
+  auto client = LinkClient::connect(host.socketPath());
+  if (!client) ADD_FAILURE() << client.error().reason;
+  return client ? *std::move(client) : nullptr;
 }
 
 inline bool running(HostProcess& host) { return !host.waitExit(0ms); }
@@ -50,20 +49,18 @@ inline bool running(HostProcess& host) { return !host.waitExit(0ms); }
 // A call on `channel` and its answer; fails the test when none comes.
 inline ChannelReply callHost(LinkClient& client, const std::string& channel, const std::string& method,
                              ChannelValue arguments = {}) {
-  std::string error;
-  std::optional<ChannelReply> reply = client.call(channel, MethodCall{method, std::move(arguments)}, kAnswerTime, &error);
-  if (!reply) ADD_FAILURE() << method << ": " << error;
-  return reply.value_or(ChannelReply::error("TEST", error));
+  auto reply = client.call(channel, MethodCall{method, std::move(arguments)}, kAnswerTime);
+  if (!reply) ADD_FAILURE() << method << ": " << reply.error().reason;
+  return reply ? *std::move(reply) : ChannelReply::error("TEST", reply.error().reason);
 }
 
 // The next call the host makes on its own, as "channel method(arguments)",
 // ending " wanting a reply" when it wants one; nothing within `timeout`.
 inline std::optional<std::string> nextHostCall(LinkClient& client, std::chrono::milliseconds timeout = kAnswerTime) {
-  std::string error;
-  const std::optional<LinkClient::HostMessage> message = client.nextMessage(timeout, &error);
+  const auto message = client.nextMessage(timeout);
   if (!message) return std::nullopt;
-  const std::optional<MethodCall> call = StandardCodec::decodeMethodCall(message->payload, &error);
-  if (!call) return "undecodable: " + error;
+  const auto call = StandardCodec::decodeMethodCall(message->payload);
+  if (!call) return "undecodable: " + call.error().reason;
   return message->channel + " " + call->method + "(" + describe(call->arguments) + ")" +
          (message->id != 0 ? " wanting a reply" : "");
 }

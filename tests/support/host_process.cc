@@ -95,10 +95,11 @@ bool HostProcess::waitReady(std::chrono::milliseconds timeout) {
 
 std::optional<int> HostProcess::stop() {
   if (!host_) return std::nullopt;
-  std::string error;
-  if (auto client = host_->running() ? LinkClient::connect(socketPath_, &error) : nullptr) {
-    const auto forceQuit = StandardCodec::encodeMethodCall(MethodCall{"forceQuitApp", {}});
-    client->sendRaw(encodeMessageFrame(0, kAppCloseChannel, forceQuit), &error);
+  if (host_->running()) {
+    if (const auto client = LinkClient::connect(socketPath_)) {
+      const auto forceQuit = StandardCodec::encodeMethodCall(MethodCall{"forceQuitApp", {}});
+      (*client)->sendRaw(encodeMessageFrame(0, kAppCloseChannel, forceQuit));
+    }
   }
   if (auto status = host_->waitExit(std::chrono::seconds(20))) return status;
   host_->signal(SIGKILL);

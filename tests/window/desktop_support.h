@@ -31,7 +31,7 @@ namespace quillon::testing {
 struct CountingMainQueue final : MainQueue {
   void post(Job job) override { queue.post(std::move(job)); }
   void postAfter(std::chrono::seconds delay, Job job) override {
-    queue.postAfter(delay, [this, job = std::move(job)] { job(), ++delayedRun; });
+    queue.postAfter(delay, [this, job = std::move(job)]() mutable { std::move(job)(), ++delayedRun; });
   }
   GlibMainQueue queue;
   int delayedRun = 0;

@@ -99,7 +99,7 @@ class FakeAlertWindow final : public AlertWindow {
     record_->calls.push_back("setContent");
   }
   void makeKeyAndOrderFront() override { record_->calls.push_back("makeKeyAndOrderFront"); }
-  std::function<void()> closeIfStillOpen() override {
+  OnceCallback<void()> closeIfStillOpen() override {
     return [record = record_] { record->calls.push_back("close"); };
   }
 
@@ -128,7 +128,7 @@ class FakeMainQueue final : public MainQueue {
 
   // Runs the jobs posted so far (not those they post in turn).
   void runPosted() {
-    for (auto& job : std::exchange(posted, {})) job();
+    for (auto& job : std::exchange(posted, {})) std::move(job)();
   }
 
   std::vector<Job> posted;

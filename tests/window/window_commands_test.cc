@@ -238,7 +238,7 @@ TEST(NonModalAlertWindowTest, MeasuresBuildsPlacesShowsAndArmsTheCloseInThatOrde
   EXPECT_EQ(record.content, expectedContent);
   ASSERT_EQ(desktop.mainQueue.delayed.size(), 1U);
   EXPECT_EQ(desktop.mainQueue.delayed[0].first, std::chrono::seconds(3));
-  desktop.mainQueue.delayed[0].second();
+  std::move(desktop.mainQueue.delayed[0].second)();
   EXPECT_EQ(record.calls, (std::vector<std::string>{"setFrameOrigin", "setContent", "makeKeyAndOrderFront", "close"}));
 }
 

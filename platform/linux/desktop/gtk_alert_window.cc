@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/c_owner.h"
 #include "platform/linux/desktop/gtk_desktop.h"
 #include "platform/linux/desktop/pango_text_measurer.h"
 
@@ -18,10 +19,9 @@ gint wholePixels(double value) {
 
 void useFont(GtkLabel* label, const SystemFont& font) {
   const FontDescriptionPtr description = systemFontDescription(font);
-  PangoAttrList* attributes = pango_attr_list_new();
+  g_autoptr(PangoAttrList) attributes = pango_attr_list_new();
   pango_attr_list_insert(attributes, pango_attr_font_desc_new(description.get()));
   gtk_label_set_attributes(label, attributes);
-  pango_attr_list_unref(attributes);
 }
 
 GtkWidget* wrappedLabel(const std::string& text, const SystemFont& font) {
@@ -80,23 +80,20 @@ class GtkAlertWindow final : public AlertWindow {
  public:
   GtkAlertWindow(GtkWindow* window, const AlertWindowStyle& style)
       : window_(GTK_WINDOW(g_object_ref(window))), width_(style.contentWidth), height_(style.contentHeight) {}
-  ~GtkAlertWindow() override { g_object_unref(window_); }
-  GtkAlertWindow(const GtkAlertWindow&) = delete;
-  GtkAlertWindow& operator=(const GtkAlertWindow&) = delete;
 
   // Before it is shown the window has no decoration yet: its frame is its content.
   FrameRect frame() const override {
     gint x = 0;
     gint y = 0;
-    gtk_window_get_position(window_, &x, &y);
+    gtk_window_get_position(window_.get(), &x, &y);
     return FrameRect{static_cast<double>(x), desktopHeight() - (y + height_), width_, height_};
   }
 
   void setFrameOrigin(double x, double y) override {
-    gtk_window_move(window_, wholePixels(x), wholePixels(desktopHeight() - (y + height_)));
+    gtk_window_move(window_.get(), wholePixels(x), wholePixels(desktopHeight() - (y + height_)));
   }
 
-  void centre() override { gtk_window_set_position(window_, GTK_WIN_POS_CENTER); }
+  void centre() override { gtk_window_set_position(window_.get(), GTK_WIN_POS_CENTER); }
 
   void setContent(const AlertContent& content) override {
     GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
@@ -113,22 +110,20 @@ class GtkAlertWindow final : public AlertWindow {
 
     gtk_box_pack_start(GTK_BOX(box), title, FALSE, FALSE, 0);
     gtk_box_pack_start(GTK_BOX(box), message, TRUE, TRUE, 0);
-    gtk_box_pack_start(GTK_BOX(box), okButton(content, window_), FALSE, FALSE, 0);
-    gtk_container_add(GTK_CONTAINER(window_), box);
+    gtk_box_pack_start(GTK_BOX(box), okButton(content, window_.get()), FALSE, FALSE, 0);
+    gtk_container_add(GTK_CONTAINER(window_.get()), box);
   }
 
   void makeKeyAndOrderFront() override {
-    gtk_widget_show_all(GTK_WIDGET(window_));
-    gtk_window_present_with_time(window_, gdk_x11_get_server_time(gtk_widget_get_window(GTK_WIDGET(window_))));
+    GtkWidget* widget = GTK_WIDGET(window_.get());
+    gtk_widget_show_all(widget);
+    gtk_window_present_with_time(window_.get(), gdk_x11_get_server_time(gtk_widget_get_window(widget)));
   }
 
-  std::function<void()> closeIfStillOpen() override {
-    std::shared_ptr<GWeakRef> weak(new GWeakRef, [](GWeakRef* reference) {
-      g_weak_ref_clear(reference);
-      delete reference;
-    });
-    g_weak_ref_init(weak.get(), window_);
-    return [weak] {
+  OnceCallback<void()> closeIfStillOpen() override {
+    WeakWindow weak(new GWeakRef);
+    g_weak_ref_init(weak.get(), window_.get());
+    return [weak = std::move(weak)] {
       // Gone: nothing to do; closing or destroyed but still referenced
       // elsewhere: closeAlert leaves it alone.
       g_autoptr(GObject) object = static_cast<GObject*>(g_weak_ref_get(weak.get()));
@@ -137,7 +132,13 @@ class GtkAlertWindow final : public AlertWindow {
   }
 
  private:
-  GtkWindow* window_;
+  static void releaseWeakRef(GWeakRef* reference) {
+    g_weak_ref_clear(reference);
+    delete reference;
+  }
+  using WeakWindow = COwner<GWeakRef, releaseWeakRef>;
+
+  COwner<GtkWindow, g_object_unref> window_;
   double width_;
   double height_;
 };

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/c_owner.h"
 #include "platform/linux/desktop/gtk_desktop.h"
 
 namespace quillon {
@@ -20,9 +21,6 @@ gint wholePixels(double value) {
 class GtkHostWindow final : public HostWindow {
  public:
   explicit GtkHostWindow(GtkWindow* window) : window_(GTK_WINDOW(g_object_ref(window))) {}
-  ~GtkHostWindow() override { g_object_unref(window_); }
-  GtkHostWindow(const GtkHostWindow&) = delete;
-  GtkHostWindow& operator=(const GtkHostWindow&) = delete;
 
   std::int64_t number() const override { return static_cast<std::int64_t>(gdk_x11_window_get_xid(gdkWindow())); }
 
@@ -33,13 +31,13 @@ class GtkHostWindow final : public HostWindow {
                      static_cast<double>(outer.width), static_cast<double>(outer.height)};
   }
 
-  void hide() override { gtk_widget_hide(GTK_WIDGET(window_)); }
+  void hide() override { gtk_widget_hide(GTK_WIDGET(window_.get())); }
 
   // The X server's current time lets the window manager's focus-stealing
   // prevention see a fresh user request rather than an old one.
-  void present() override { gtk_window_present_with_time(window_, gdk_x11_get_server_time(gdkWindow())); }
+  void present() override { gtk_window_present_with_time(window_.get(), gdk_x11_get_server_time(gdkWindow())); }
 
-  void minimise() override { gtk_window_iconify(window_); }
+  void minimise() override { gtk_window_iconify(window_.get()); }
 
   // GTK positions the outer frame (north-west gravity) but sizes the inside, so
   // the decoration is taken off the requested size.
@@ -48,16 +46,16 @@ class GtkHostWindow final : public HostWindow {
     const double decorationWidth = current.width - gdk_window_get_width(gdkWindow());
     const double decorationHeight = current.height - gdk_window_get_height(gdkWindow());
     const double top = desktopHeight() - (target.y + target.height);
-    gtk_window_move(window_, wholePixels(target.x), wholePixels(top));
-    gtk_window_resize(window_, std::max(1, wholePixels(target.width - decorationWidth)),
+    gtk_window_move(window_.get(), wholePixels(target.x), wholePixels(top));
+    gtk_window_resize(window_.get(), std::max(1, wholePixels(target.width - decorationWidth)),
                       std::max(1, wholePixels(target.height - decorationHeight)));
-    gtk_widget_queue_draw(GTK_WIDGET(window_));
+    gtk_widget_queue_draw(GTK_WIDGET(window_.get()));
   }
 
  private:
-  GdkWindow* gdkWindow() const { return gtk_widget_get_window(GTK_WIDGET(window_)); }
+  GdkWindow* gdkWindow() const { return gtk_widget_get_window(GTK_WIDGET(window_.get())); }
 
-  GtkWindow* window_;
+  COwner<GtkWindow, g_object_unref> window_;
 };
 
 // Realized top-level windows have an X window and so a number; popups are not

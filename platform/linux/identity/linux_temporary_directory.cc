@@ -11,8 +11,8 @@ namespace quillon {
 
 namespace {
 
-std::string failure(const std::string& filePath, int error) {
-  return "Could not write \"" + filePath + "\": " + std::strerror(error);
+Failure failure(const std::string& filePath, int error) {
+  return Failure{"Could not write \"" + filePath + "\": " + std::strerror(error)};
 }
 
 }  // namespace
@@ -24,8 +24,7 @@ std::string LinuxTemporaryDirectory::path() const {
   return directory;
 }
 
-std::optional<std::string> LinuxTemporaryDirectory::writeFile(const std::string& filePath,
-                                                              const std::vector<std::uint8_t>& bytes) {
+Expected<void> LinuxTemporaryDirectory::writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) {
   const int descriptor = ::open(filePath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (descriptor < 0) return failure(filePath, errno);
   std::size_t written = 0;
@@ -42,7 +41,7 @@ std::optional<std::string> LinuxTemporaryDirectory::writeFile(const std::string&
   // close() reports late write errors (a full disk on some file systems); it is
   // not retried on EINTR, since the descriptor is gone either way on Linux.
   if (::close(descriptor) != 0) return failure(filePath, errno);
-  return std::nullopt;
+  return {};
 }
 
 }  // namespace quillon

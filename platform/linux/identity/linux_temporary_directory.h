@@ -9,7 +9,7 @@ namespace quillon {
 class LinuxTemporaryDirectory final : public TemporaryDirectory {
  public:
   std::string path() const override;
-  std::optional<std::string> writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override;
+  Expected<void> writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override;
 };
 
 }  // namespace quillon

@@ -47,30 +47,31 @@ std::optional<Certificate> NssKeychain::makeCertificate(const std::vector<std::u
   return certificateFromCheckedDer(der);
 }
 
-SearchResult NssKeychain::copyMatching(const SearchRequest& request) {
+Expected<Certificate, KeychainError> NssKeychain::copyMatching(const SearchRequest& request) {
   NssSession* session = sessionFor(NssSession::Access::kReadOnly);
-  if (!session) return {KeychainStatus::kUnavailable, std::nullopt};
+  if (!session) return KeychainError::kUnavailable;
   const NssCertificate found = findCertificateByLabel(*session, request.label);
-  if (!found) return {KeychainStatus::kItemNotFound, std::nullopt};
+  if (!found) return KeychainError::kItemNotFound;
   const std::vector<std::uint8_t> der(found->derCert.data, found->derCert.data + found->derCert.len);
-  return {KeychainStatus::kSuccess, certificateFromCheckedDer(der)};
+  return certificateFromCheckedDer(der);
 }
 
-KeychainStatus NssKeychain::add(const AddRequest& request) {
+Expected<void, KeychainError> NssKeychain::add(const AddRequest& request) {
   NssSession* session = sessionFor(NssSession::Access::kReadWrite);
-  if (!session) return KeychainStatus::kUnavailable;
+  if (!session) return KeychainError::kUnavailable;
   SECItem item = itemOf(request.value.der());
   // NSS answers success for a certificate it already holds; the keychain calls
   // that a duplicate.
   if (const NssCertificate stored{PK11_FindCertFromDERCertItem(session->slot(), &item, nullptr)}) {
-    return KeychainStatus::kDuplicateItem;
+    return KeychainError::kDuplicateItem;
   }
   const NssCertificate certificate(
       CERT_NewTempCertificate(session->certificateDatabase(), &item, nullptr, PR_FALSE, PR_TRUE));
-  if (!certificate) return KeychainStatus::kUnavailable;
+  if (!certificate) return KeychainError::kUnavailable;
   const std::string label = labelFreeFor(*session, *certificate, defaultLabel(*certificate));
   const SECStatus imported = PK11_ImportCert(session->slot(), certificate.get(), CK_INVALID_HANDLE, label.c_str(), PR_FALSE);
-  return imported == SECSuccess ? KeychainStatus::kSuccess : KeychainStatus::kUnavailable;
+  if (imported != SECSuccess) return KeychainError::kUnavailable;
+  return {};
 }
 
 }  // namespace quillon

@@ -29,8 +29,8 @@ class NssKeychain final : public Keychain {
   static std::string userDatabaseDirectory();
 
   std::optional<Certificate> makeCertificate(const std::vector<std::uint8_t>& der) const override;
-  SearchResult copyMatching(const SearchRequest& request) override;
-  KeychainStatus add(const AddRequest& request) override;
+  Expected<Certificate, KeychainError> copyMatching(const SearchRequest& request) override;
+  Expected<void, KeychainError> add(const AddRequest& request) override;
 
  private:
   // The open session when it serves `access`, else a new one that does (the

@@ -123,14 +123,10 @@ int reap(pid_t child) {
 
 }  // namespace
 
-ToolRun PosixToolRunner::runTool(const std::string& executable, const std::vector<std::string>& arguments,
-                                 Streams streams, const EnvironmentChanges& environment) {
-  ToolRun result;
+Expected<ToolRun> PosixToolRunner::runTool(const std::string& executable, const std::vector<std::string>& arguments,
+                                           Streams streams, const EnvironmentChanges& environment) {
   std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-    result.startError = std::strerror(errno);
-    return result;
-  }
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return Failure{std::strerror(errno)};
   UniqueFd readEnd(ends[0]);
   UniqueFd writeEnd(ends[1]);
 
@@ -141,12 +137,9 @@ ToolRun PosixToolRunner::runTool(const std::string& executable, const std::vecto
     EnvironmentBlock envp(environ, environment);
     const int error =
         posix_spawn(&child, executable.c_str(), setup.actions(), setup.attributes(), argv.get(), envp.get());
-    if (error != 0) {
-      result.startError = std::strerror(error);
-      return result;
-    }
+    if (error != 0) return Failure{std::strerror(error)};
   }
-  result.started = true;
+  ToolRun result;
   // Only the child may hold the write end now, so the read ends when it does.
   writeEnd.reset();
   readToEnd(readEnd.get(), result.output);

@@ -16,7 +16,7 @@ namespace quillon {
 
 class PosixToolRunner final : public ToolRunner {
  protected:
-  ToolRun runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+  Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
                   const EnvironmentChanges& environment) override;
 };
 

@@ -31,22 +31,17 @@ bool processExists(const std::string& idText) {
   }
 }
 
-ScriptOutcome answered(std::string text) {
-  return ScriptOutcome{ScriptOutcome::Kind::kResult, {}, std::move(text)};
-}
-
 }  // namespace
 
-ScriptOutcome ProcessQueryScriptRunner::run(const std::string& source) {
+Expected<std::optional<std::string>, ScriptFailure> ProcessQueryScriptRunner::run(const std::string& source) {
   std::smatch match;
   if (!std::regex_match(source, match, processQuery())) {
-    return ScriptOutcome{ScriptOutcome::Kind::kFailed,
+    return ScriptFailure{ScriptFailure::Kind::kFailed,
                          "{message = \"This host's script runner understands only the System Events process query "
-                         "by unix id.\"; number = -2753}",
-                         std::nullopt};
+                         "by unix id.\"; number = -2753}"};
   }
   const std::string idText = match[2].str();
-  return answered(processExists(idText) ? std::to_string(std::stoll(idText)) : std::string());
+  return std::optional(processExists(idText) ? std::to_string(std::stoll(idText)) : std::string());
 }
 
 }  // namespace quillon

@@ -12,7 +12,7 @@ namespace quillon {
 
 class ProcessQueryScriptRunner final : public ScriptRunner {
  public:
-  ScriptOutcome run(const std::string& source) override;
+  Expected<std::optional<std::string>, ScriptFailure> run(const std::string& source) override;
 };
 
 }  // namespace quillon

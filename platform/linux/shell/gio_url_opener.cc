@@ -11,10 +11,10 @@ bool GioUrlOpener::canOpen(const std::string& url) const {
   return handler != nullptr;
 }
 
-std::optional<std::string> GioUrlOpener::open(const std::string& url) {
+Expected<void> GioUrlOpener::open(const std::string& url) {
   g_autoptr(GError) error = nullptr;
-  if (g_app_info_launch_default_for_uri(url.c_str(), nullptr, &error)) return std::nullopt;
-  return error != nullptr ? std::string(error->message) : std::string("no application opens " + url);
+  if (g_app_info_launch_default_for_uri(url.c_str(), nullptr, &error)) return {};
+  return Failure{error != nullptr ? std::string(error->message) : "no application opens " + url};
 }
 
 }  // namespace quillon

@@ -10,7 +10,7 @@ class GioUrlOpener final : public UrlOpener {
  public:
   bool canOpen(const std::string& url) const override;
   // Starts the handler and does not wait for it.
-  std::optional<std::string> open(const std::string& url) override;
+  Expected<void> open(const std::string& url) override;
 };
 
 }  // namespace quillon

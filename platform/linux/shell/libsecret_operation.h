@@ -32,8 +32,8 @@ class LibsecretOperation {
 
   GCancellable* cancellable() const { return cancellable_.get(); }
 
-  void complete(SecretStore::Result<T> result) {
-    if (!g_cancellable_is_cancelled(cancellable_.get())) done_(std::move(result));
+  void complete(Expected<T> result) {
+    if (!g_cancellable_is_cancelled(cancellable_.get())) std::move(done_)(std::move(result));
   }
 
  private:

@@ -24,7 +24,7 @@ SecretSchema makeSchema() {
 
 const SecretSchema kSchema = makeSchema();
 
-using DoneOperation = LibsecretOperation<SecretStore::Done>;
+using DoneOperation = LibsecretOperation<void>;
 using LookupOperation = LibsecretOperation<std::optional<std::string>>;
 
 // Storing and clearing succeed unless there is an error: clearing nothing
@@ -35,7 +35,7 @@ void onDone(GObject*, GAsyncResult* result, gpointer data) {
   g_autoptr(GError) error = nullptr;
   finish(result, &error);
   if (error != nullptr) return operation->complete(failureOf(error));
-  operation->complete(SecretStore::Done{});
+  operation->complete({});
 }
 
 void onLookedUp(GObject*, GAsyncResult* result, gpointer data) {
@@ -60,7 +60,7 @@ LibsecretSecretStore::LibsecretSecretStore() : cancellable_(g_cancellable_new())
 
 LibsecretSecretStore::~LibsecretSecretStore() { g_cancellable_cancel(cancellable_.get()); }
 
-void LibsecretSecretStore::store(const std::string& key, const std::string& value, Completion<Done> done) {
+void LibsecretSecretStore::store(const std::string& key, const std::string& value, Completion<void> done) {
   const std::string label = kLabelPrefix + key;
   g_autoptr(SecretValue) secret = secretValueOf(value);
   gpointer operation = DoneOperation::start(cancellable_.get(), std::move(done));
@@ -73,7 +73,7 @@ void LibsecretSecretStore::lookup(const std::string& key, Completion<std::option
   secret_password_lookup(&kSchema, cancellable_.get(), onLookedUp, operation, kKeyAttribute, key.c_str(), nullptr);
 }
 
-void LibsecretSecretStore::remove(const std::string& key, Completion<Done> done) {
+void LibsecretSecretStore::remove(const std::string& key, Completion<void> done) {
   gpointer operation = DoneOperation::start(cancellable_.get(), std::move(done));
   secret_password_clear(&kSchema, cancellable_.get(), onDone<secret_password_clear_finish>, operation, kKeyAttribute,
                         key.c_str(), nullptr);
@@ -88,7 +88,7 @@ void LibsecretSecretStore::list(Completion<Entries> done) {
 }
 
 // With no attribute to match, every item of the schema goes, and only those.
-void LibsecretSecretStore::removeAll(Completion<Done> done) {
+void LibsecretSecretStore::removeAll(Completion<void> done) {
   gpointer operation = DoneOperation::start(cancellable_.get(), std::move(done));
   secret_password_clear(&kSchema, cancellable_.get(), onDone<secret_password_clear_finish>, operation, nullptr);
 }

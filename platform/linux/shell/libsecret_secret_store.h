@@ -27,11 +27,11 @@ class LibsecretSecretStore final : public SecretStore {
   LibsecretSecretStore(const LibsecretSecretStore&) = delete;
   LibsecretSecretStore& operator=(const LibsecretSecretStore&) = delete;
 
-  void store(const std::string& key, const std::string& value, Completion<Done> done) override;
+  void store(const std::string& key, const std::string& value, Completion<void> done) override;
   void lookup(const std::string& key, Completion<std::optional<std::string>> done) override;
-  void remove(const std::string& key, Completion<Done> done) override;
+  void remove(const std::string& key, Completion<void> done) override;
   void list(Completion<Entries> done) override;
-  void removeAll(Completion<Done> done) override;
+  void removeAll(Completion<void> done) override;
 
  private:
   COwner<GCancellable, g_object_unref> cancellable_;

@@ -23,6 +23,6 @@ inline SecretValue* secretValueOf(const std::string& text) {
 }
 
 // The service's reason, as the GError says it.
-inline SecretStore::Failure failureOf(const GError* error) { return SecretStore::Failure{error->message}; }
+inline Failure failureOf(const GError* error) { return Failure{error->message}; }
 
 }  // namespace quillon

@@ -9,7 +9,7 @@ namespace quillon {
 namespace {
 
 gboolean runOnce(gpointer data) {
-  (*static_cast<MainQueue::Job*>(data))();
+  std::move(*static_cast<MainQueue::Job*>(data))();
   return G_SOURCE_REMOVE;
 }
 
