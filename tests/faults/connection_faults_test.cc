@@ -10,7 +10,7 @@
 #include <set>
 
 #include "embedding/incoming_budget.h"
-#include "tests/app/host_conversation.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon::testing {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "tests/app/host_conversation.h"
+#include "tests/support/host_conversation.h"
 #include "tests/window/own_x_server.h"
 
 namespace quillon::testing {

@@ -11,9 +11,8 @@
 #include <map>
 
 #include "app/plugins/flutter_secure_storage_plugin.h"
-#include "tests/app/host_conversation.h"
 #include "tests/link/link_peer.h"
-#include "tests/support/catalogue_end_to_end_test.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon::testing {
 namespace {

@@ -10,9 +10,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/app/host_conversation.h"
 #include "tests/identity/test_certificates.h"
-#include "tests/support/catalogue_end_to_end_test.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon::testing {
 namespace {

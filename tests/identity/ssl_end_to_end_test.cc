@@ -8,7 +8,7 @@
 #include <regex>
 
 #include "tests/identity/test_certificates.h"
-#include "tests/support/catalogue_end_to_end_test.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon {
 namespace {

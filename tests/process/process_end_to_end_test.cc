@@ -5,7 +5,7 @@
 #include <csignal>
 
 #include "tests/process/sleeping_child.h"
-#include "tests/support/catalogue_end_to_end_test.h"
+#include "tests/support/host_conversation.h"
 
 namespace quillon {
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 // The link's headers before Xlib's, whose Status macro they would meet.
-#include "tests/support/catalogue_end_to_end_test.h"
+#include "tests/support/host_conversation.h"
 #include "tests/window/desktop_support.h"
 #include "window/application_window.h"
 
