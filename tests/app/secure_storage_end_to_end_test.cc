@@ -25,16 +25,17 @@ const SecretSchema kOtherSchema = schemaNamed("app.quillon.SomeOtherApplication"
 // What the interface's package sends along with every call; the host ignores it.
 const ChannelValue kOptions = argumentMap({{"accessibility", "unlocked"}, {"useSessionKeyring", true}});
 
-class SecureStorageEndToEndTest : public HostConversationTest {
+class SecureStorageEndToEndTest : public CatalogueEndToEndTest {
  protected:
+  SecureStorageEndToEndTest() : CatalogueEndToEndTest({.headless = true}) {}
   // Each test starts with none of the host's items.
   void SetUp() override {
-    start({.headless = true});
+    ASSERT_NO_FATAL_FAILURE(CatalogueEndToEndTest::SetUp());
     ASSERT_EQ(call("deleteAll", argumentMap({{"options", kOptions}})), ChannelReply::success());
   }
 
   ChannelReply call(const std::string& method, ChannelValue arguments = {}) {
-    return callHost(*interface_, FlutterSecureStoragePlugin::kChannel, method, std::move(arguments));
+    return callHost(*client_, FlutterSecureStoragePlugin::kChannel, method, std::move(arguments));
   }
   ChannelReply write(const std::string& key, const std::string& value) {
     return call("write", argumentMap({{"key", key}, {"value", value}, {"options", kOptions}}));
@@ -89,7 +90,7 @@ TEST_F(SecureStorageEndToEndTest, ItemsCarryTheApplicationsSchemaAndLabelAndOthe
   EXPECT_EQ(keyed("read", "shared"), ChannelReply::success());
   g_autofree gchar* theirs = secret_password_lookup_sync(&kOtherSchema, nullptr, &error, "key", "shared", nullptr);
   EXPECT_STREQ(theirs, "theirs");
-  EXPECT_EQ(host_->stop(), 0) << host_->errorOutput();
+  EXPECT_EQ(host_.stop(), 0) << host_.errorOutput();
 }
 
 // Another program may store bytes that are not text under our schema; they are

@@ -34,31 +34,31 @@ std::string pixels(std::initializer_list<std::int64_t> points) {
   return text;
 }
 
-class DesktopHostTest : public HostConversationTest {
+class DesktopHostTest : public CatalogueEndToEndTest {
  protected:
   void SetUp() override {
     const char* display = std::getenv("DISPLAY");
     ASSERT_TRUE(display != nullptr && *display != '\0') << "these tests need an X display (scripts/with-desktop)";
-    start({});
+    CatalogueEndToEndTest::SetUp();
   }
 
   // The output of a desktop tool, without its last line end.
   std::string tool(const std::string& command) const {
-    std::string output = runTool("/bin/sh", {"-c", command}, {}, host_->directory()).output;
+    std::string output = runTool("/bin/sh", {"-c", command}, {}, host_.directory()).output;
     return output.ends_with('\n') ? output.substr(0, output.size() - 1) : output;
   }
 
   // The host's visible window ids, one a line; empty while none is shown.
-  std::string visibleWindow() const { return tool("xdotool search --onlyvisible --pid " + std::to_string(host_->pid())); }
+  std::string visibleWindow() const { return tool("xdotool search --onlyvisible --pid " + std::to_string(host_.pid())); }
 
   std::string showMainWindow() {
-    EXPECT_EQ(callHost(*interface_, kWindowChannel, "showWindow"), ChannelReply::success());
+    EXPECT_EQ(callHost(*client_, kWindowChannel, "showWindow"), ChannelReply::success());
     std::string window;
     EXPECT_TRUE(waitUntil([&] { return !(window = visibleWindow()).empty(); }, 10s));
     return window;
   }
 
-  ChannelReply windowPlugin(const char* method) { return callHost(*interface_, kWindowChannel, method); }
+  ChannelReply windowPlugin(const char* method) { return callHost(*client_, kWindowChannel, method); }
 
   // The main window's number from the window plug-in, as xdotool prints it.
   std::string handle() {
@@ -68,7 +68,7 @@ class DesktopHostTest : public HostConversationTest {
 
   ChannelReply showWindow(const std::string& window, std::int64_t command) {
     const ChannelValue arguments = argumentMap({{"windowHandle", std::int64_t{std::stoll(window)}}, {"command", command}});
-    return callHost(*interface_, kNativeCommandChannel, "window::showWindow", arguments);
+    return callHost(*client_, kNativeCommandChannel, "window::showWindow", arguments);
   }
 
   // "x y" or "x y width height" of the window's own area on the screen, device pixels.
@@ -98,13 +98,13 @@ TEST_F(DesktopHostTest, TheMainWindowIsHiddenAtStartUpWithItsNumberAndASecondLau
   EXPECT_EQ(windowPlugin("isWindowVisible"), ChannelReply::success(false));
   EXPECT_THAT(tool("xwininfo -id " + handle()), ::testing::HasSubstr("Map State: IsUnMapped"));
 
-  const auto second = host_->spawnHost("second");
+  const auto second = host_.spawnHost("second");
   EXPECT_EQ(second->waitExit(kAnswerTime), 0);
-  EXPECT_EQ(host_->errorOutput("second"),
-            "quillon-host: QUILLON Remote App already runs on " + host_->socketPath() + "; its window is not shown\n");
+  EXPECT_EQ(host_.errorOutput("second"),
+            "quillon-host: QUILLON Remote App already runs on " + host_.socketPath() + "; its window is not shown\n");
   EXPECT_EQ(windowPlugin("isWindowVisible"), ChannelReply::success(false));
   EXPECT_EQ(visibleWindow(), "");
-  EXPECT_TRUE(acceptsConnections(host_->socketPath())) << "the second launch took the socket file away";
+  EXPECT_TRUE(acceptsConnections(host_.socketPath())) << "the second launch took the socket file away";
 }
 
 // Shown, it has the described frame and title, no title bar, and the class
@@ -166,9 +166,9 @@ TEST_F(DesktopHostTest, QuitShortcutAndWindowManagerCloseOfferTheQuitAndKeepTheW
     // Keys go where the keyboard focus is.
     if (!focused(window)) GTEST_SKIP() << "the desktop gives no window the keyboard";
     tool(std::string("xdotool key ") + keys);
-    EXPECT_EQ(nextHostCall(*interface_), kCloseRequest) << keys;
-    expectNoFurtherHostCalls(*interface_);
-    EXPECT_TRUE(running(*host_));
+    EXPECT_EQ(nextHostCall(*client_), kCloseRequest) << keys;
+    expectNoFurtherHostCalls(*client_);
+    EXPECT_TRUE(running(host_));
     EXPECT_EQ(visibleWindow(), window);
   }
 }
@@ -180,17 +180,17 @@ TEST_F(DesktopHostTest, ASecondLaunchBringsTheShownWindowForwardAndEndsWithZero)
   const std::string window = showMainWindow();
   ASSERT_FALSE(window.empty());
   ChildProcess other("/usr/bin/xmessage", {"-name", "quillon-test-other", "another application"}, {},
-                     host_->directory() + "/other.out", host_->directory() + "/other.err");
+                     host_.directory() + "/other.out", host_.directory() + "/other.err");
   const std::string otherWindow = tool("xdotool search --sync --classname quillon-test-other | head -n 1");
   ASSERT_FALSE(otherWindow.empty());
   const bool keyboardMoves = focused(otherWindow);
 
-  const auto second = host_->spawnHost("second", {{"DESKTOP_STARTUP_ID", "second-launch_TIME0"}});
+  const auto second = host_.spawnHost("second", {{"DESKTOP_STARTUP_ID", "second-launch_TIME0"}});
   EXPECT_EQ(second->waitExit(kAnswerTime), 0);
-  EXPECT_EQ(host_->errorOutput("second"), "quillon-host: QUILLON Remote App already runs on " + host_->socketPath() +
+  EXPECT_EQ(host_.errorOutput("second"), "quillon-host: QUILLON Remote App already runs on " + host_.socketPath() +
                                               "; its window was brought forward\n");
   EXPECT_EQ(tool("xprop -id " + window + " _NET_STARTUP_ID"), "_NET_STARTUP_ID(UTF8_STRING) = \"second-launch_TIME0\"");
-  EXPECT_TRUE(running(*host_));
+  EXPECT_TRUE(running(host_));
   if (!keyboardMoves) GTEST_SKIP() << "the desktop gives no window the keyboard: where it goes is not checked";
   EXPECT_EQ(settled([&] { return tool("xdotool getwindowfocus"); }, window), window);
 }

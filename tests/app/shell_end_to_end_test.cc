@@ -21,15 +21,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class HeadlessHostTest : public HostConversationTest {
+class HeadlessHostTest : public CatalogueEndToEndTest {
  protected:
-  void SetUp() override { start({.headless = true}); }
+  HeadlessHostTest() : CatalogueEndToEndTest({.headless = true}) {}
 };
 
 // A launcher that started the host and went away leaves it a standard output
 // that nobody reads: the host's lines there are lost, the host is not.
 TEST(HeadlessHostStartTest, PrintsToAStandardOutputWhoseReaderIsGoneAndGoesOn) {
-  HostProcess host({.dataDirectory = false, .headless = true});
+  HostProcess host({.headless = true});
   const std::string output = host.directory() + "/host.out";
   ASSERT_EQ(::mkfifo(output.c_str(), 0600), 0) << std::strerror(errno);
   const int reader = ::open(output.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -48,17 +48,17 @@ TEST(HeadlessHostStartTest, PrintsToAStandardOutputWhoseReaderIsGoneAndGoesOn) {
 
 TEST_F(HeadlessHostTest, TheWindowPluginAnswersUnavailable) {
   for (const char* method : {"showWindow", "hideWindow", "isWindowVisible", "getAppWindowHandle"}) {
-    EXPECT_EQ(callHost(*interface_, "bitsdojo/window", method),
+    EXPECT_EQ(callHost(*client_, "bitsdojo/window", method),
               ChannelReply::error("UNAVAILABLE", "No main window: the host runs without a display"));
   }
 }
 
 TEST_F(HeadlessHostTest, EachSystemRequestWhileGuardedOffersTheQuitOnceAndTheHostKeepsRunning) {
   for (int signal : {SIGTERM, SIGTERM, SIGHUP}) {
-    host_->signal(signal);
-    EXPECT_EQ(nextHostCall(*interface_), kCloseRequest) << strsignal(signal);
-    expectNoFurtherHostCalls(*interface_);
-    EXPECT_TRUE(running(*host_));
+    host_.signal(signal);
+    EXPECT_EQ(nextHostCall(*client_), kCloseRequest) << strsignal(signal);
+    expectNoFurtherHostCalls(*client_);
+    EXPECT_TRUE(running(host_));
   }
 }
 
@@ -66,25 +66,25 @@ TEST_F(HeadlessHostTest, EachSystemRequestWhileGuardedOffersTheQuitOnceAndTheHos
 // offered to every connection, and quillon-call's answer ends the host with 0,
 // its connections closed and its socket file removed.
 TEST_F(HeadlessHostTest, QuillonCallAnsweringTheCloseRequestEndsTheHost) {
-  ChildProcess listener(QUILLON_CALL_BINARY, {"--listen", "--answer-close"}, host_->clientEnvironment(),
-                        host_->directory() + "/listener.out", host_->directory() + "/listener.err");
+  ChildProcess listener(QUILLON_CALL_BINARY, {"--listen", "--answer-close"}, host_.clientEnvironment(),
+                        host_.directory() + "/listener.out", host_.directory() + "/listener.err");
   // The listener is there once a second connection has been accepted, which
   // cannot be seen from here: the request is repeated until the host ends.
-  ASSERT_TRUE(waitUntil([this] { return host_->signal(SIGTERM), host_->waitExit(100ms).has_value(); }, kAnswerTime));
-  EXPECT_EQ(host_->waitExit(0ms), 0);
-  EXPECT_EQ(nextHostCall(*interface_), kCloseRequest);
-  EXPECT_TRUE(interface_->waitForClose(kAnswerTime));
-  EXPECT_FALSE(fs::exists(host_->socketPath()));
+  ASSERT_TRUE(waitUntil([this] { return host_.signal(SIGTERM), host_.waitExit(100ms).has_value(); }, kAnswerTime));
+  EXPECT_EQ(host_.waitExit(0ms), 0);
+  EXPECT_EQ(nextHostCall(*client_), kCloseRequest);
+  EXPECT_TRUE(client_->waitForClose(kAnswerTime));
+  EXPECT_FALSE(fs::exists(host_.socketPath()));
   EXPECT_EQ(listener.waitExit(kAnswerTime), 0);
-  EXPECT_TRUE(readFile(host_->directory() + "/listener.out")
+  EXPECT_TRUE(readFile(host_.directory() + "/listener.out")
                   .starts_with(R"({"channel":"app_close_channel","method":"onAppCloseRequested","arguments":null})"
                                "\n"));
 }
 
 TEST_F(HeadlessHostTest, SigintEndsTheHostAtOnce) {
-  host_->signal(SIGINT);
-  EXPECT_EQ(host_->waitExit(kAnswerTime), 128 + SIGINT);
-  EXPECT_EQ(nextHostCall(*interface_, 0ms), std::nullopt);
+  host_.signal(SIGINT);
+  EXPECT_EQ(host_.waitExit(kAnswerTime), 128 + SIGINT);
+  EXPECT_EQ(nextHostCall(*client_, 0ms), std::nullopt);
 }
 
 // Without a session bus to reach a Secret Service on (its address is not even

@@ -14,6 +14,7 @@
 #include "tests/support/capturing_diagnostics.h"
 #include "tests/support/fake_messenger.h"
 #include "tests/support/fake_window_list.h"
+#include "tests/support/reply_recorder.h"
 #include "window/window_services.h"
 
 namespace quillon {
@@ -48,10 +49,9 @@ struct FakeMainLoop final : MainLoop {
   std::vector<int> quits;
 };
 
-// A desktop without windows, screens or alerts, for the window commands, and
-// the desktop of the plug-ins: no URL handlers and no keyring. (The built host
-// is tested with the real ones.)
-struct NoDesktop final : HostWindows, Screens, TextMeasurer, AlertWindowFactory, MainQueue {
+// A desktop without windows, screens, alerts, URL handlers or keyring, for the
+// window commands and the plug-ins. (The built host is tested with the real ones.)
+struct NoDesktop final : HostWindows, Screens, TextMeasurer, AlertWindowFactory, MainQueue, UrlOpener, SecretStore {
   std::vector<std::unique_ptr<HostWindow>> windows() override { return {}; }
   std::unique_ptr<HostWindow> keyWindow() override { return nullptr; }
   std::optional<ScreenFrames> mainScreen() override { return std::nullopt; }
@@ -59,20 +59,13 @@ struct NoDesktop final : HostWindows, Screens, TextMeasurer, AlertWindowFactory,
   std::unique_ptr<AlertWindow> create(const AlertWindowStyle&) override { return nullptr; }
   void post(Job) override {}
   void postAfter(std::chrono::seconds, Job) override {}
-};
-
-struct NoUrlHandlers final : UrlOpener {
   bool canOpen(const std::string&) const override { return false; }
   Expected<void> open(const std::string&) override { return Failure{"no handlers in this test"}; }
-};
-
-struct FailingSecretStore final : SecretStore {
-  void store(const std::string&, const std::string&, Completion<void> done) override { std::move(done)(kNoKeyring); }
-  void lookup(const std::string&, Completion<std::optional<std::string>> done) override { std::move(done)(kNoKeyring); }
-  void remove(const std::string&, Completion<void> done) override { std::move(done)(kNoKeyring); }
-  void list(Completion<Entries> done) override { std::move(done)(kNoKeyring); }
-  void removeAll(Completion<void> done) override { std::move(done)(kNoKeyring); }
-  inline static const Failure kNoKeyring{"no keyring in this test"};
+  void store(const std::string&, const std::string&, Completion<void>) override {}
+  void lookup(const std::string&, Completion<std::optional<std::string>>) override {}
+  void remove(const std::string&, Completion<void>) override {}
+  void list(Completion<Entries>) override {}
+  void removeAll(Completion<void>) override {}
 };
 
 struct FakeEngine final : ViewEngine {
@@ -97,7 +90,7 @@ struct RunningHost {
                        [this](std::function<ProcessManager&()> processManager) {
                          return CommandServices{std::move(processManager), windowServices, identity.services, environment};
                        },
-                       PluginServices{urls, secrets}, plugins});
+                       PluginServices{desktop, desktop}, plugins});
     application.setMainFlutterWindow(&*window);
   }
 
@@ -115,8 +108,6 @@ struct RunningHost {
   NoDesktop desktop;
   WindowServices windowServices{windowList, desktop, desktop, desktop, desktop, desktop, diagnostics};
   testing::FakeIdentityPlatform identity;
-  NoUrlHandlers urls;
-  FailingSecretStore secrets;
   FakeMainLoop loop;
   AppDelegate delegate;
   Application application{delegate, loop};
@@ -141,43 +132,38 @@ class CloseHandshakeTest : public ::testing::Test {
   }
 
   RunningHost host_;
-  Application& application_ = host_.application;
-  const Sent& sent_ = host_.messenger.sent;
-  const std::vector<int>& quits_ = host_.loop.quits;
 };
 
 // No count and no time-out: each request, the last window's closing among
 // them, is offered once and refused.
 TEST_F(CloseHandshakeTest, EachTerminationRequestWhileGuardedOffersTheQuitAndIsRefused) {
-  application_.terminate();
-  EXPECT_EQ(sent_, closeRequests(1));
-  application_.lastWindowClosed();
-  application_.terminate();
-  EXPECT_EQ(sent_, closeRequests(3));
-  EXPECT_TRUE(quits_.empty());
+  host_.application.terminate();
+  EXPECT_EQ(host_.messenger.sent, closeRequests(1));
+  host_.application.lastWindowClosed();
+  host_.application.terminate();
+  EXPECT_EQ(host_.messenger.sent, closeRequests(3));
+  EXPECT_TRUE(host_.loop.quits.empty());
   EXPECT_FALSE(host_.delegate.shouldTerminate());
 }
 
-// forceQuitApp (arguments ignored) releases for good: it ends the loop with
-// 0, harmlessly again when sent twice, and a later request is granted unasked.
-TEST_F(CloseHandshakeTest, ForceQuitReleasesForGood) {
-  EXPECT_EQ(host_.call(kAppCloseChannel, "forceQuitApp", "ignored"), ChannelReply::success());
-  EXPECT_TRUE(host_.delegate.shouldTerminate());
-  EXPECT_EQ(quits_, std::vector<int>{0});
-  EXPECT_EQ(host_.call(kAppCloseChannel, "forceQuitApp"), ChannelReply::success());
-  application_.terminate();
-  EXPECT_EQ(quits_, (std::vector<int>{0, 0, 0}));
-  EXPECT_TRUE(sent_.empty());
-}
-
-TEST_F(CloseHandshakeTest, OtherNamesAnswerNotImplementedAndChangeNothing) {
+// Other names answer not-implemented and change nothing; forceQuitApp
+// (arguments ignored) releases for good: it ends the loop with 0, harmlessly
+// again when sent twice, and a later request is granted unasked.
+TEST_F(CloseHandshakeTest, ForceQuitAloneReleasesForGood) {
   for (const char* method : {"ForceQuitApp", "forcequitapp", "forceQuitApp ", " forceQuitApp", "forceQuit",
                              "onAppCloseRequested", "terminate", ""}) {
     EXPECT_EQ(host_.call(kAppCloseChannel, method), ChannelReply::notImplemented()) << '"' << method << '"';
   }
-  EXPECT_TRUE(quits_.empty());
-  application_.terminate();
-  EXPECT_EQ(sent_, closeRequests(1));
+  host_.application.terminate();
+  EXPECT_EQ(host_.messenger.sent, closeRequests(1));
+  EXPECT_TRUE(host_.loop.quits.empty());
+  EXPECT_EQ(host_.call(kAppCloseChannel, "forceQuitApp", "ignored"), ChannelReply::success());
+  EXPECT_TRUE(host_.delegate.shouldTerminate());
+  EXPECT_EQ(host_.loop.quits, std::vector<int>{0});
+  EXPECT_EQ(host_.call(kAppCloseChannel, "forceQuitApp"), ChannelReply::success());
+  host_.application.terminate();
+  EXPECT_EQ(host_.loop.quits, (std::vector<int>{0, 0, 0}));
+  EXPECT_EQ(host_.messenger.sent, closeRequests(1));
 }
 
 // Without a main window, or before it has its view, there is no engine: no
@@ -230,11 +216,7 @@ TEST(MainWindowSetupTest, TheCommandChannelAndTheProcessManagerComeBeforeThePlug
   EXPECT_FALSE(host.messenger.hasHandler(kNativeCommandChannel));
 }
 
-ChannelValue startupId(ChannelValue id) {
-  ChannelMap arguments;
-  arguments.set("startupId", std::move(id));
-  return arguments;
-}
+ChannelValue startupId(ChannelValue id) { return testing::argumentMap({{"startupId", std::move(id)}}); }
 
 // A second launch handed over on the instance channel: only a shown window
 // comes forward; a hidden one's launch notification is ended; wrong arguments

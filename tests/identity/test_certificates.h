@@ -1,15 +1,12 @@
 // Real certificates for the tests, made with the openssl tool in a directory
-// of their own; and such directories.
+// of their own (a ScratchDirectory, which the tests use too).
 #pragma once
 
-#include <stdlib.h>
-
-#include <cerrno>
 #include <cstdint>
-#include <filesystem>
 #include <string>
-#include <system_error>
 #include <vector>
+
+#include "tests/support/child_process.h"
 
 namespace quillon::testing {
 
@@ -18,24 +15,5 @@ namespace quillon::testing {
 std::vector<std::uint8_t> makeCertificate(const std::string& subject, const std::string& endDate = "20300102000000Z");
 
 std::string base64Of(const std::vector<std::uint8_t>& bytes);
-
-// A new directory, removed with everything in it when the object goes.
-class ScratchDirectory {
- public:
-  ScratchDirectory() : path_((std::filesystem::temp_directory_path() / "quillon-identity-XXXXXX").string()) {
-    if (::mkdtemp(path_.data()) == nullptr) throw std::system_error(errno, std::generic_category(), path_);
-  }
-  ScratchDirectory(const ScratchDirectory&) = delete;
-  ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-  ~ScratchDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
 
 }  // namespace quillon::testing

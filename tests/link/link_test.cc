@@ -33,20 +33,14 @@ using testing::LinkPeer;
 using testing::pumpUntil;
 using Bytes = std::vector<std::uint8_t>;
 
-TEST(LinkFrameTest, MessageFrameLaysOutLengthKindIdNameAndPayload) {
+// Length, kind, id, then the channel name's length and bytes for a message; the payload.
+TEST(LinkFrameTest, FramesLayOutTheirFieldsAndALengthAtTheLimitWaitsForItsBody) {
   EXPECT_EQ(encodeMessageFrame(0x01020304, "ab", Bytes{0xAA, 0xBB}),
             (Bytes{11, 0, 0, 0, 1, 0x04, 0x03, 0x02, 0x01, 2, 0, 'a', 'b', 0xAA, 0xBB}));
-}
-
-TEST(LinkFrameTest, ReplyFrameCarriesThePayloadOnly) {
   EXPECT_EQ(encodeReplyFrame(7, Bytes{0}), (Bytes{6, 0, 0, 0, 2, 7, 0, 0, 0, 0}));
   EXPECT_EQ(encodeReplyFrame(7, {}), (Bytes{5, 0, 0, 0, 2, 7, 0, 0, 0}));
-}
-
-TEST(LinkFrameTest, LengthAtTheLimitIsAcceptedAndWaitsForItsBody) {
   EXPECT_EQ(parseFrame(Bytes{0, 0, 0, 4, 2, 0, 0, 0, 0}).status, FrameParse::Status::incomplete);
 }
-
 
 // Small enough for frames that a socket pair takes in one write.
 constexpr std::size_t kIncomingBudgetOfTheTests = 64 * 1024;
@@ -161,15 +155,10 @@ UniqueFd connectTo(const std::string& path) {
 
 class LinkListenerTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/quillon-listener-XXXXXX";
-    root_ = ::mkdtemp(pattern);
-  }
-  void TearDown() override { fs::remove_all(root_); }
-
   std::string socketPath() const { return (root_ / "a" / "b" / "interface.sock").string(); }
 
-  fs::path root_;
+  testing::ScratchDirectory scratch_;
+  const fs::path root_ = scratch_.path();
 };
 
 TEST_F(LinkListenerTest, CreatesPrivateDirectoriesAndAPrivateSocket) {
@@ -216,7 +205,8 @@ TEST_F(LinkListenerTest, AFileThatIsNotASocketIsNeverRemoved) {
   EXPECT_TRUE(fs::is_regular_file(socketPath()));
 }
 
-// The socket path rules, read from the environment of the moment.
+// The socket path rules, read from the environment of the moment. (Each test
+// runs in a process of its own: the environment changes here stay here.)
 TEST(InterfaceSocketPathTest, FollowsTheSwitchThenTheRuntimeDirectoryThenTmp) {
   const std::string tmpPath = "/tmp/quillon-host-" + std::to_string(::getuid()) + "/interface.sock";
   const std::vector<std::tuple<const char*, const char*, std::string>> cases = {
@@ -227,15 +217,11 @@ TEST(InterfaceSocketPathTest, FollowsTheSwitchThenTheRuntimeDirectoryThenTmp) {
       {nullptr, "", tmpPath},
   };
   const auto set = [](const char* name, const char* value) { value ? ::setenv(name, value, 1) : ::unsetenv(name); };
-  const auto kept = [](const char* name) { return std::getenv(name) ? std::string(std::getenv(name)) : ""; };
-  const std::string keptSwitch = kept("QUILLON_INTERFACE_SOCKET"), keptRuntime = kept("XDG_RUNTIME_DIR");
   for (const auto& [socketSwitch, runtimeDirectory, expected] : cases) {
     set("QUILLON_INTERFACE_SOCKET", socketSwitch);
     set("XDG_RUNTIME_DIR", runtimeDirectory);
     EXPECT_EQ(Engine::interfaceSocketPath(), expected);
   }
-  set("QUILLON_INTERFACE_SOCKET", keptSwitch.empty() ? nullptr : keptSwitch.c_str());
-  set("XDG_RUNTIME_DIR", keptRuntime.empty() ? nullptr : keptRuntime.c_str());
 }
 
 }  // namespace

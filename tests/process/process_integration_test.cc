@@ -53,9 +53,7 @@ std::int64_t unusedProcessId() {
 class ProcessIntegrationTest : public ::testing::Test {
  protected:
   ChannelReply handleOf(std::int64_t id) {
-    testing::ReplyRecorder recorder;
-    manager.getMainWindowHandle(id, recorder.callback());
-    return recorder.only();
+    return testing::answerOf([&](ReplyCallback reply) { manager.getMainWindowHandle(id, std::move(reply)); });
   }
 
   testing::LinuxProcessPlatform platform;
@@ -122,9 +120,7 @@ TEST(ProcRunningApplicationsTest, ListsProcessesAscendingUnderTheirFullNamesButN
 // A scan of /proc that breaks off gives the empty list; no exception escapes.
 TEST_F(ProcessIntegrationTest, ProcessesByNameAnswerTheEmptyListWhenProcCannotBeReadThrough) {
   const auto processesNamed = [this](const std::string& name) {
-    testing::ReplyRecorder recorder;
-    manager.getProcessesByName(name, recorder.callback());
-    return recorder.only();
+    return testing::answerOf([&](ReplyCallback reply) { manager.getProcessesByName(name, std::move(reply)); });
   };
   const std::string ownName = platform.applications.list().at(0).localizedName.value_or("");
   ASSERT_NE(processesNamed(ownName), ChannelReply::success(ChannelList{}));

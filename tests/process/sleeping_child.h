@@ -3,9 +3,6 @@
 // directory goes away with the object.
 #pragma once
 
-#include <stdlib.h>
-
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -16,16 +13,11 @@
 namespace quillon::testing {
 
 struct SleepLink {
-  explicit SleepLink(const std::string& name) {
-    std::string pattern = (std::filesystem::temp_directory_path() / "quillon-process-XXXXXX").string();
-    directory = ::mkdtemp(pattern.data());
-    std::filesystem::create_symlink("/bin/sleep", linkPath = directory + "/" + name);
+  explicit SleepLink(const std::string& name) : linkPath(directory.path() + "/" + name) {
+    std::filesystem::create_symlink("/bin/sleep", linkPath);
   }
-  ~SleepLink() {
-    std::error_code ignored;
-    std::filesystem::remove_all(directory, ignored);
-  }
-  std::string directory, linkPath;
+  ScratchDirectory directory;
+  std::string linkPath;
 };
 
 class SleepingChild : private SleepLink, public ChildProcess {

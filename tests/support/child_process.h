@@ -1,17 +1,21 @@
 // ChildProcess: a program started for a test, with its own environment and its
-// standard output and error written to files.
+// standard output and error written to files; and a test's scratch directory.
 //
 // Contract: the child is always reaped: the destructor kills one that is still
 // running and waits for it.
 #pragma once
 
+#include <stdlib.h>
 #include <sys/types.h>
 #include <time.h>
 
+#include <cerrno>
 #include <chrono>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace quillon::testing {
@@ -51,6 +55,26 @@ ToolRun runTool(const std::string& program, const std::vector<std::string>& argu
                 const ChildProcess::Environment& environment, const std::string& scratchDirectory);
 
 std::string readFile(const std::string& path);
+
+// A new directory under /tmp (short enough for socket paths in it), removed
+// with everything in it when the object goes.
+class ScratchDirectory {
+ public:
+  ScratchDirectory() {
+    if (::mkdtemp(path_.data()) == nullptr) throw std::system_error(errno, std::generic_category(), path_);
+  }
+  ScratchDirectory(const ScratchDirectory&) = delete;
+  ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+  ~ScratchDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_ = "/tmp/quillon-test-XXXXXX";
+};
 
 // Polls `condition` until it holds or the deadline passes.
 template <typename Condition>

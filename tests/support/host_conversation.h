@@ -1,12 +1,11 @@
 // The interface's side of a conversation with a built host: start it, connect,
-// call, and read what the host sends on its own; and the fixtures of the
+// call, and read what the host sends on its own; and the fixture of the
 // end-to-end tests. Every wait has a deadline.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,18 +14,12 @@
 #include "channel/channel_names.h"
 #include "channel/standard_codec.h"
 #include "tests/support/host_process.h"
+#include "tests/support/reply_recorder.h"
 #include "tools/link_client.h"
 
 namespace quillon::testing {
 
 using namespace std::chrono_literals;
-
-// An arguments map, in the order given.
-inline ChannelValue argumentMap(std::initializer_list<std::pair<ChannelValue, ChannelValue>> entries) {
-  ChannelMap map;
-  for (const auto& [key, value] : entries) map.set(key, value);
-  return map;
-}
 
 inline constexpr auto kAnswerTime = 20s;
 
@@ -74,23 +67,9 @@ inline void expectNoFurtherHostCalls(LinkClient& client) {
   EXPECT_EQ(nextHostCall(client, 0ms), std::nullopt);
 }
 
-// A started host and the interface's connection to it, on which a first round
-// trip is made: the host sends to the connections it has accepted.
-class HostConversationTest : public ::testing::Test {
- protected:
-  void start(HostProcess::Layout layout) {
-    host_ = startedHost(layout);
-    interface_ = connectTo(*host_);
-    ASSERT_TRUE(interface_);
-    ASSERT_TRUE(callHost(*interface_, kNativeCommandChannel, "assembly::getExecutingAssemblyPath").isSuccess());
-  }
-
-  std::unique_ptr<HostProcess> host_;
-  std::unique_ptr<LinkClient> interface_;
-};
-
-// The fixture of the end-to-end tests of the command catalogue: a built host
-// started for each test, one interface connected to it, and calls on the
+// The fixture of the end-to-end tests: a built host started for each test,
+// one interface connected to it, on which a first round trip is made (the
+// host sends on its own to the connections it has accepted), and calls on the
 // native command channel.
 class CatalogueEndToEndTest : public ::testing::Test {
  protected:
@@ -101,6 +80,7 @@ class CatalogueEndToEndTest : public ::testing::Test {
     ASSERT_TRUE(host_.waitReady()) << host_.errorOutput();
     client_ = connectTo(host_);
     ASSERT_TRUE(client_);
+    ASSERT_TRUE(call("assembly::getExecutingAssemblyPath").isSuccess());
   }
 
   ChannelReply call(const std::string& method, ChannelValue arguments = {}) {

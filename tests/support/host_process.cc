@@ -49,26 +49,19 @@ ScriptedHost::ScriptedHost(const std::string& socketPath, std::function<void(Lin
 }
 
 HostProcess::HostProcess(Layout layout) : layout_(layout) {
-  char pattern[] = "/tmp/quillon-e2e-XXXXXX";
-  directory_ = ::mkdtemp(pattern);
-  fs::create_directories(bundlePath());
+  fs::create_directories(dataPath());
   // A copy, not a link: the host finds its bundle through /proc/self/exe, which names the real file.
   fs::copy_file(QUILLON_HOST_BINARY, executablePath());
-  if (layout_.dataDirectory) fs::create_directories(dataPath());
   if (layout_.helpers) {
     for (const std::string helper : {"pylonRDP", "pylonTX"}) {
       fs::create_directories(dataPath() + "/" + helper);
       std::ofstream(dataPath() + "/" + helper + "/" + helper) << "#!/bin/sh\n";
     }
   }
-  socketPath_ = directory_ + "/sockets/interface.sock";
+  socketPath_ = directory() + "/sockets/interface.sock";
 }
 
-HostProcess::~HostProcess() {
-  stop();
-  std::error_code ignored;
-  fs::remove_all(directory_, ignored);
-}
+HostProcess::~HostProcess() { stop(); }
 
 ChildProcess::Environment HostProcess::clientEnvironment() const { return {{"QUILLON_INTERFACE_SOCKET", socketPath_}}; }
 
@@ -77,14 +70,14 @@ std::unique_ptr<ChildProcess> HostProcess::spawnHost(const std::string& name,
   // A home and a temporary directory of the bundle's own, so that the host's
   // certificate store and certificate files never touch the user's.
   ChildProcess::Environment environment{
-      {"HOME", directory_ + "/home"}, {"TMPDIR", directory_}, {"QUILLON_INTERFACE_SOCKET", socketPath_}};
+      {"HOME", directory() + "/home"}, {"TMPDIR", directory()}, {"QUILLON_INTERFACE_SOCKET", socketPath_}};
   if (layout_.headless) environment["DISPLAY"] = environment["WAYLAND_DISPLAY"] = std::nullopt;
   for (const auto& changes : {layout_.environment, extra}) {
     for (const auto& [variable, value] : changes) environment[variable] = value;
   }
   std::vector<std::string> command = layout_.launcher;
   command.push_back(executablePath());
-  const std::string files = directory_ + "/" + name;
+  const std::string files = directory() + "/" + name;
   return std::make_unique<ChildProcess>(command.front(), std::vector<std::string>(command.begin() + 1, command.end()),
                                         environment, files + ".out", files + ".err");
 }
@@ -106,7 +99,7 @@ std::optional<int> HostProcess::stop() {
   return host_->waitExit(std::chrono::milliseconds(-1));
 }
 
-std::string HostProcess::output(const std::string& name) const { return readFile(directory_ + "/" + name + ".out"); }
-std::string HostProcess::errorOutput(const std::string& name) const { return readFile(directory_ + "/" + name + ".err"); }
+std::string HostProcess::output(const std::string& name) const { return readFile(directory() + "/" + name + ".out"); }
+std::string HostProcess::errorOutput(const std::string& name) const { return readFile(directory() + "/" + name + ".err"); }
 
 }  // namespace quillon::testing

@@ -26,7 +26,6 @@ bool acceptsConnections(const std::string& path);
 class HostProcess {
  public:
   struct Layout {
-    bool dataDirectory = true;
     bool helpers = false;
     // Take DISPLAY (and WAYLAND_DISPLAY) away: the host runs without windows.
     bool headless = false;
@@ -56,7 +55,7 @@ class HostProcess {
   pid_t pid() const { return host_->pid(); }
   std::optional<int> waitExit(std::chrono::milliseconds timeout) { return host_->waitExit(timeout); }
 
-  const std::string& directory() const { return directory_; }
+  const std::string& directory() const { return scratch_.path(); }
   std::string executablePath() const { return bundlePath() + "/quillon-host"; }
   std::string dataPath() const { return bundlePath() + "/data"; }
   const std::string& socketPath() const { return socketPath_; }
@@ -66,10 +65,10 @@ class HostProcess {
   std::string errorOutput(const std::string& name = "host") const;
 
  private:
-  std::string bundlePath() const { return directory_ + "/bundle"; }
+  std::string bundlePath() const { return directory() + "/bundle"; }
 
   Layout layout_;
-  std::string directory_;
+  ScratchDirectory scratch_;
   std::string socketPath_;
   std::unique_ptr<ChildProcess> host_;
 };
