@@ -1,57 +1,80 @@
-// SSLFunctions over fakes, and the two readings it makes: the certificate's
-// base64 text and the end date that openssl prints.
-#include "identity/ssl_functions.h"
-
+// The "ssl::" catalogue over fakes: the arguments it takes and what
+// SSLFunctions answers for each command, exactly; and the readings it makes:
+// the dates it takes, the certificate's base64 text and the end date that
+// openssl prints.
 #include <gtest/gtest.h>
 
+#include "commands/command_dispatcher.h"
+#include "commands/internet_date_time.h"
+#include "commands/ssl_commands.h"
 #include "identity/base64.h"
 #include "identity/end_date_text.h"
 #include "tests/identity/fake_identity_platform.h"
+#include "tests/support/reply_recorder.h"
 
 namespace quillon {
 namespace {
 
 using std::chrono::seconds;
+using testing::argumentMap;
 using testing::finishedRun;
 using Lines = std::vector<std::string>;
 
 const std::vector<std::uint8_t> kDer{0x30, 0x03, 0x02, 0x01, 0x07};
-const Instant kEnd = Instant(seconds(1'893'542'400));  // 2030-01-02T00:00:00Z
-constexpr const char* kEndText = "Jan  2 00:00:00 2030 GMT";
+constexpr const char* kEndText = "Jan  2 00:00:00 2030 GMT";  // 2030-01-02T00:00:00Z
 
-class SSLFunctionsTest : public ::testing::Test {
+class SslCommandsTest : public ::testing::Test {
  protected:
-  SSLFunctionsTest() {
+  SslCommandsTest() {
     platform.keychain.stored["Quillon Gateway"] = kDer;
-    platform.dates.dates[kEndText] = kEnd;
+    platform.dates.dates[kEndText] = Instant(seconds(1'893'542'400));
     platform.tools.answer = finishedRun(std::string("notAfter=") + kEndText + "\n");
   }
 
-  bool available(Instant expirationDate, const std::string& subject = "Quillon Gateway") {
-    return SSLFunctions::isCertificateAvailable(platform.services, subject, expirationDate);
+  ChannelReply call(const std::string& method, ChannelValue arguments = {}) {
+    return testing::answerOf([&](ReplyCallback reply) { dispatcher.handle({method, std::move(arguments)}, std::move(reply)); });
   }
-  Instant endOfValidity() {
-    return SSLFunctions::getCertificateExpirationDate(platform.services, testing::FakeKeychain::certificate(kDer));
+  ChannelReply check(ChannelValue expirationDate, const std::string& subject = "Quillon Gateway") {
+    return call("ssl::isCertificateAvailable", argumentMap({{"subject", subject}, {"expirationDate", expirationDate}}));
+  }
+  ChannelReply add(ChannelValue certificate) {
+    return call("ssl::addCertificate", argumentMap({{"certificate", std::move(certificate)}, {"other", 1}}));
   }
 
   testing::FakeIdentityPlatform platform;
+  CommandDispatcher dispatcher{sslCommands(platform.services)};
 };
 
-TEST_F(SSLFunctionsTest, AvailableOnlyWhenTheEndLiesStrictlyLater) {
-  EXPECT_TRUE(available(kEnd - seconds(1)));
-  EXPECT_FALSE(available(kEnd));
-  EXPECT_FALSE(available(kEnd + seconds(1)));
-  ASSERT_EQ(platform.keychain.searches.size(), 3U);
+// The date in any zone (InternetDateTimeTest holds the dates refused; one is
+// enough to show the refusal here).
+TEST_F(SslCommandsTest, AvailableOnlyWhenTheEndLiesStrictlyLaterThanTheDateOrRefused) {
+  EXPECT_EQ(check("2030-01-01T23:59:59Z"), ChannelReply::success(true));
+  EXPECT_EQ(check("2030-01-02T00:00:00Z"), ChannelReply::success(false));
+  EXPECT_EQ(check("2030-01-02T00:59:59+01:00"), ChannelReply::success(true));
+  EXPECT_EQ(check("2030-01-02T01:00:00+01:00"), ChannelReply::success(false));
+  EXPECT_EQ(check("2030-01-02T00:00:01Z"), ChannelReply::success(false));
+  ASSERT_EQ(platform.keychain.searches.size(), 5U);
   EXPECT_EQ(platform.keychain.searches[0].itemClass, ItemClass::kCertificate);
   EXPECT_EQ(platform.keychain.searches[0].label, "Quillon Gateway");
   // No certificate of the label: nothing written, nothing run.
-  EXPECT_FALSE(available(Instant{}, "quillon gateway"));
-  EXPECT_EQ(platform.tools.calls.size(), 3U);
+  EXPECT_EQ(check("2000-01-01T00:00:00Z", "quillon gateway"), ChannelReply::success(false));
+  EXPECT_EQ(platform.tools.calls.size(), 5U);
   EXPECT_TRUE(platform.diagnostics.lines.empty());
+  const ChannelReply refused = ChannelReply::error("INVALID_ARGUMENT", "Expected subject and expirationDate");
+  for (const ChannelValue& date : {ChannelValue("2025-03-31"), ChannelValue(std::int64_t{1'893'456'000}), ChannelValue()}) {
+    EXPECT_EQ(check(date), refused);
+  }
+  for (const ChannelValue& arguments :
+       {ChannelValue(), ChannelValue(ChannelList{}), ChannelValue("gateway"),
+        argumentMap({{"expirationDate", "2030-01-01T00:00:00Z"}}), argumentMap({{"subject", "gateway"}}),
+        argumentMap({{"subject", std::int32_t{1}}, {"expirationDate", "2030-01-01T00:00:00Z"}})}) {
+    EXPECT_EQ(call("ssl::isCertificateAvailable", arguments), refused);
+  }
+  EXPECT_EQ(platform.keychain.searches.size(), 6U);
 }
 
-TEST_F(SSLFunctionsTest, WritesTheDerFileAndReadsItsEndWithOpenssl) {
-  EXPECT_EQ(endOfValidity(), kEnd);
+TEST_F(SslCommandsTest, WritesTheDerFileAndReadsItsEndWithOpenssl) {
+  EXPECT_EQ(check("2030-01-01T23:59:59Z"), ChannelReply::success(true));
   const std::string file = "/tmp/user/0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F9.cer";
   EXPECT_EQ(platform.temporaryDirectory.files, (std::map<std::string, std::vector<std::uint8_t>>{{file, kDer}}));
   EXPECT_EQ(platform.tools.calls, (std::vector<testing::ToolCall>{{"/usr/bin/openssl",
@@ -60,9 +83,10 @@ TEST_F(SSLFunctionsTest, WritesTheDerFileAndReadsItsEndWithOpenssl) {
   EXPECT_EQ(platform.dates.asked, (std::vector<std::pair<std::string, std::string>>{{"MMM d HH:mm:ss yyyy z", kEndText}}));
 }
 
-// Whatever goes wrong, the end of validity is the current instant: such a
-// certificate is available only for dates already past.
-TEST_F(SSLFunctionsTest, AnUnreadableEndIsTheCurrentInstant) {
+// Whatever goes wrong, the end of validity is the current instant (the fake
+// clock's 2023-11-14T22:13:20Z): such a certificate is available only for
+// dates already past.
+TEST_F(SslCommandsTest, AnUnreadableEndIsTheCurrentInstant) {
   const Expected<void> written;
   const std::tuple<const char*, Expected<void>, Expected<ToolRun>, Lines> cases[] = {
       {"file not written", Failure{"Permission denied"}, finishedRun(""), {"Error saving certificate to file: Permission denied"}},
@@ -77,28 +101,33 @@ TEST_F(SSLFunctionsTest, AnUnreadableEndIsTheCurrentInstant) {
     platform.tools.answer = run;
     platform.tools.calls.clear();
     platform.diagnostics.lines.clear();
-    EXPECT_EQ(endOfValidity(), platform.clock.instant);
+    EXPECT_EQ(check("2023-11-14T22:13:19Z"), ChannelReply::success(true));
     EXPECT_EQ(platform.tools.calls.size(), writeResult ? 1U : 0U);
     EXPECT_EQ(platform.diagnostics.lines, lines);
-    EXPECT_TRUE(available(platform.clock.instant - seconds(1)));
-    EXPECT_FALSE(available(platform.clock.instant));
+    EXPECT_EQ(check("2023-11-14T22:13:20Z"), ChannelReply::success(false));
   }
 }
 
-TEST_F(SSLFunctionsTest, AddsTheDecodedCertificateOrAnswersFalse) {
-  EXPECT_TRUE(SSLFunctions::addCertificate(platform.services, "MAMCAQc=\n"));
+TEST_F(SslCommandsTest, AddsTheDecodedCertificateOrAnswersFalseOrRefuses) {
+  EXPECT_EQ(add("MAMCAQc=\n"), ChannelReply::success(true));
   EXPECT_EQ(platform.keychain.added, std::vector<std::vector<std::uint8_t>>{kDer});
-  EXPECT_FALSE(SSLFunctions::addCertificate(platform.services, "MAMCAQc"));  // unpadded
-  EXPECT_FALSE(SSLFunctions::addCertificate(platform.services, "AQID"));     // not a certificate
+  EXPECT_EQ(add("MAMCAQc"), ChannelReply::success(false));  // unpadded
+  EXPECT_EQ(add("AQID"), ChannelReply::success(false));     // not a certificate
   EXPECT_EQ(platform.keychain.added.size(), 1U);
   for (const auto refusal : {KeychainError::kDuplicateItem, KeychainError::kUnavailable}) {
     platform.keychain.addResult = refusal;
-    EXPECT_FALSE(SSLFunctions::addCertificate(platform.services, "MAMCAQc="));
+    EXPECT_EQ(add("MAMCAQc="), ChannelReply::success(false));
   }
+  for (const ChannelValue& arguments : {ChannelValue(), ChannelValue(ChannelList{ChannelValue("MAA=")}),
+                                        argumentMap({{"certificate", std::int64_t{7}}}), argumentMap({{"cert", "MAA="}})}) {
+    EXPECT_EQ(call("ssl::addCertificate", arguments), ChannelReply::error("INVALID_ARGUMENT", "Expected certificate"));
+  }
+  EXPECT_EQ(platform.keychain.added.size(), 3U);
   EXPECT_TRUE(platform.diagnostics.lines.empty());
 }
 
-TEST(MacAddressTest, FirstInterfaceWithAUtf8AddressWins) {
+// The identity commands ignore their arguments.
+TEST_F(SslCommandsTest, MacAddressIsTheFirstInterfaceWithAUtf8Address) {
   using Interfaces = std::optional<std::vector<NetworkInterface>>;
   const std::tuple<Interfaces, std::string, Lines> cases[] = {
       {std::vector<NetworkInterface>{{"a", {}}, {"b", {}}, {"c", "02:00:00:00:00:0c"}}, "02:00:00:00:00:0c", {}},
@@ -108,25 +137,51 @@ TEST(MacAddressTest, FirstInterfaceWithAUtf8AddressWins) {
       {std::vector<NetworkInterface>{}, "", {"No MAC address found."}},
       {std::nullopt, "", {"Failed to get network interfaces."}},
   };
-  for (const auto& [interfaces, address, lines] : cases) {
-    testing::FakeIdentityPlatform platform;
-    platform.interfaces.interfaces = interfaces;
-    EXPECT_EQ(SSLFunctions::getMacAddress(platform.services), address);
-    EXPECT_EQ(platform.diagnostics.lines, lines);
+  for (const ChannelValue& sent : {ChannelValue(), ChannelValue("x"), argumentMap({{"a", 1}})}) {
+    for (const auto& [interfaces, address, lines] : cases) {
+      platform.interfaces.interfaces = interfaces;
+      platform.diagnostics.lines.clear();
+      EXPECT_EQ(call("ssl::getMacAddress", sent), ChannelReply::success(address));
+      EXPECT_EQ(platform.diagnostics.lines, lines);
+    }
   }
 }
 
-TEST(PlatformUuidTest, AnswersThePlatformValueOrEmptyWithoutALine) {
-  testing::FakeIdentityPlatform platform;
+TEST_F(SslCommandsTest, PlatformUuidIsThePlatformValueOrEmptyWithoutALine) {
   for (const auto& [uuid, answer] : std::vector<std::pair<std::optional<std::string>, std::string>>{
            {std::nullopt, ""},
            {"4C4C4544-0042-3510-8052-B4C04F564433", "4C4C4544-0042-3510-8052-B4C04F564433"},
            {"4C4C4544-\xC0\x80", ""}}) {
     platform.hardware.uuid = uuid;
-    EXPECT_EQ(SSLFunctions::getPlatformUUID(platform.services), answer);
+    for (const ChannelValue& sent : {ChannelValue(), ChannelValue("x"), argumentMap({{"a", 1}})}) {
+      EXPECT_EQ(call("ssl::getPlatformUUID", sent), ChannelReply::success(answer));
+    }
   }
   EXPECT_TRUE(platform.diagnostics.lines.empty());
 }
+
+TEST(InternetDateTimeTest, AcceptsOnlyTheInternetForm) {
+  const std::pair<const char*, std::int64_t> accepted[] = {
+      {"2030-01-01T00:00:00Z", 1'893'456'000},      {"2025-03-31T23:59:59Z", 1'743'465'599},
+      {"2025-03-31T23:59:59+02:00", 1'743'458'399}, {"2025-03-31T23:59:59-05:30", 1'743'485'399},
+      {"2024-02-29T12:00:00Z", 1'709'208'000},      {"1970-01-01T00:00:00+00:00", 0},
+      // Four-digit years at both ends, far past what nanoseconds hold.
+      {"9999-12-31T23:59:59Z", 253'402'300'799},    {"0001-01-01T00:00:00Z", -62'135'596'800},
+  };
+  for (const auto& [text, epochSeconds] : accepted) {
+    EXPECT_EQ(parseInternetDateTime(text), Instant(std::chrono::seconds(epochSeconds))) << text;
+  }
+  for (const char* text :
+       {"2025-03-31", "2025-03-31T23:59:59", "2025-03-31T23:59:59.000Z", "2025-03-31T23:59Z", "2025-03-31 23:59:59Z",
+        "2025-03-31t23:59:59Z", "2025-03-31T23:59:59z", "2025-03-31T23:59:59+0200", "2025-03-31T23:59:59+02",
+        "2025-03-31T23:59:59+24:00", "2025-13-01T00:00:00Z", "2025-04-31T00:00:00Z", "2025-02-29T00:00:00Z",
+        "2025-00-10T00:00:00Z", "2025-01-00T00:00:00Z", "2025-03-31T24:00:00Z", "2025-03-31T23:60:00Z",
+        "2025-03-31T23:59:60Z", "20250331T235959Z", " 2025-03-31T23:59:59Z", "2025-03-31T23:59:59Z ",
+        "+2025-03-31T23:59:59Z", "2025-3-31T23:59:59Z", ""}) {
+    EXPECT_EQ(parseInternetDateTime(text), std::nullopt) << text;
+  }
+}
+
 
 using Bytes = std::vector<std::uint8_t>;
 

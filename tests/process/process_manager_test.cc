@@ -1,23 +1,29 @@
-// ProcessManager over fakes, and the readings of text it makes: ps's lists of
-// ids, and names compared up to canonical equivalence.
-#include "process/process_manager.h"
-
+// The "process::" catalogue over fakes: the arguments it takes, and what
+// ProcessManager answers for each command, exactly; and the readings of text
+// it makes: ps's lists of ids, and names compared up to canonical equivalence.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <limits>
 #include <tuple>
 
+#include "commands/command_dispatcher.h"
+#include "commands/process_commands.h"
 #include "process/main_window_script.h"
 #include "process/process_id_list.h"
+#include "process/process_manager.h"
 #include "process/unicode_text.h"
-#include "tests/process/fake_process_platform.h"
+#include "tests/support/capturing_diagnostics.h"
+#include "tests/support/fake_tool_runner.h"
+#include "tests/support/fake_window_list.h"
 #include "tests/support/reply_recorder.h"
 
 namespace quillon {
 namespace {
 
+using testing::argumentMap;
 using testing::finishedRun;
 using testing::notStartedRun;
 using testing::ToolCall;
@@ -26,38 +32,70 @@ using Calls = std::vector<ToolCall>;
 
 constexpr auto kOutput = ToolRunner::Streams::kOutput;
 
-class ProcessManagerTest : public ::testing::Test {
- protected:
-  // The one answer of an operation that answers through a completion.
-  template <typename Operation, typename Argument>
-  ChannelReply answer(Operation operation, const Argument& argument) {
-    testing::ReplyRecorder recorder;
-    (manager.*operation)(argument, recorder.callback());
-    EXPECT_EQ(recorder.replies().size(), 1u);
-    return recorder.only();
-  }
-
-  testing::FakeProcessPlatform platform;
-  ProcessManager manager{platform.environment()};
+struct FakeRunningApplications final : RunningApplications {
+  std::vector<RunningApplication> list() override { return applications; }
+  std::vector<RunningApplication> applications;
 };
 
-TEST_F(ProcessManagerTest, ProcessIdListIsEveryNumberLinePsPrintsWhateverItsExitStatus) {
+struct FakeScriptRunner final : ScriptRunner {
+  using Result = Expected<std::optional<std::string>, ScriptFailure>;
+  Result run(const std::string& source) override {
+    sources.push_back(source);
+    return result;
+  }
+  Result result = ScriptFailure{};
+  std::vector<std::string> sources;
+};
+
+// The catalogue over a ProcessManager over fakes, each of which records what
+// it was asked and answers what the test set.
+class ProcessCommandsTest : public ::testing::Test {
+ protected:
+  ChannelReply call(const std::string& method, ChannelValue arguments = {}) {
+    return testing::answerOf([&](ReplyCallback reply) { dispatcher.handle({method, std::move(arguments)}, std::move(reply)); });
+  }
+  ChannelReply call(const std::string& method, std::int64_t processId) {
+    return call(method, argumentMap({{"processId", processId}, {"extra", "ignored"}}));
+  }
+  // The command's answer when the tool answers `run`, after checking the one run it made.
+  ChannelReply callRunning(const std::string& method, std::int64_t processId, const Expected<ToolRun>& run,
+                           const ToolCall& expected) {
+    tools.answers = {run};
+    tools.calls.clear();
+    const ChannelReply reply = call(method, processId);
+    EXPECT_EQ(tools.calls, Calls{expected}) << method;
+    return reply;
+  }
+
+  testing::FakeToolRunner tools;
+  FakeRunningApplications applications;
+  FakeScriptRunner scripts;
+  testing::FakeWindowList windows;
+  testing::CapturingDiagnostics diagnostics;
+  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
+  CommandDispatcher dispatcher{processCommands([this]() -> ProcessManager& { return manager; })};
+};
+
+TEST_F(ProcessCommandsTest, ProcessIdListIsEveryNumberLinePsPrintsWhateverItsExitStatusAndArguments) {
   const std::pair<Expected<ToolRun>, Ids> cases[] = {
       {finishedRun("    PID\n      1\n     97\n"), {1, 97}},
       {finishedRun("PID\n4\n", 1), {4}},
       {finishedRun("PID\n1\n\xFF\n2\n"), {}},  // not UTF-8
       {notStartedRun(), {}},
   };
-  for (const auto& [run, ids] : cases) {
-    platform.tools.answers = {run};
-    platform.tools.calls.clear();
-    EXPECT_EQ(manager.getProcessIdList(), ids);
-    EXPECT_EQ(platform.tools.calls, (Calls{{"/bin/ps", {"-e", "-o", "pid"}, kOutput}}));
+  for (const ChannelValue& sent : {ChannelValue(), ChannelValue("x"), argumentMap({{"processId", 3}})}) {
+    for (const auto& [run, ids] : cases) {
+      tools.answers = {run};
+      tools.calls.clear();
+      EXPECT_EQ(call("process::getProcessIdList", sent), ChannelReply::success(processIdListValue(ids)));
+      EXPECT_EQ(tools.calls, (Calls{{"/bin/ps", {"-e", "-o", "pid"}, kOutput}}));
+    }
+    EXPECT_EQ(call("process::getCurrentProcessId", sent), ChannelReply::success(std::int64_t{::getpid()}));
   }
 }
 
 // The output is whatever ps's settings make of it; the exit status is not.
-TEST_F(ProcessManagerTest, AliveExactlyWhenPsListedTheId) {
+TEST_F(ProcessCommandsTest, AliveExactlyWhenPsListedTheId) {
   const std::tuple<const char*, Expected<ToolRun>, bool> cases[] = {
       {"listed", finishedRun("    PID TTY          TIME CMD\n     42 ?        00:00:00 sleep\n"), true},
       {"listed under a PS_FORMAT without header", finishedRun("42\n"), true},
@@ -68,48 +106,42 @@ TEST_F(ProcessManagerTest, AliveExactlyWhenPsListedTheId) {
       {"tool not started", notStartedRun(), false},
   };
   for (const auto& [name, run, alive] : cases) {
-    SCOPED_TRACE(name);
-    platform.tools.answers = {run};
-    platform.tools.calls.clear();
-    EXPECT_EQ(manager.isAlive(42), alive);
-    EXPECT_EQ(platform.tools.calls, (Calls{{"/bin/ps", {"-p", "42"}, kOutput}}));
+    EXPECT_EQ(callRunning("process::isAlive", 42, run, {"/bin/ps", {"-p", "42"}, kOutput}), ChannelReply::success(alive))
+        << name;
   }
 }
 
-TEST_F(ProcessManagerTest, KillAndCloseWindowAnswerWhetherKillExitedWithZero) {
+TEST_F(ProcessCommandsTest, KillAndCloseWindowAnswerWhetherKillExitedWithZero) {
   const std::pair<Expected<ToolRun>, bool> cases[] = {{finishedRun(""), true}, {finishedRun("", 1), false}, {notStartedRun(), false}};
   for (const auto& [run, killed] : cases) {
-    for (auto operation : {&ProcessManager::killProcess, &ProcessManager::closeWindow}) {
-      platform.tools.answers = {run};
-      platform.tools.calls.clear();
-      EXPECT_EQ((manager.*operation)(2147483647), killed);
-      EXPECT_EQ(platform.tools.calls, (Calls{{"/bin/kill", {"-9", "2147483647"}, kOutput}}));
+    for (const char* method : {"process::killProcess", "process::closeWindow"}) {
+      EXPECT_EQ(callRunning(method, 2147483647, run, {"/bin/kill", {"-9", "2147483647"}, kOutput}),
+                ChannelReply::success(killed));
     }
   }
 }
 
 // Ids that no process can have: group-wide ones, and 64-bit ones that procps
 // would narrow to a group-wide or another process's 32-bit id.
-TEST_F(ProcessManagerTest, ImpossibleIdsAnswerAsNoSuchProcessWithoutRunningATool) {
+TEST_F(ProcessCommandsTest, ImpossibleIdsAnswerAsNoSuchProcessWithoutRunningATool) {
   for (const std::int64_t id : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{-4321}, std::int64_t{1} << 31,
                                 (std::int64_t{1} << 32) - 1, std::int64_t{1} << 32, (std::int64_t{1} << 32) + 1,
                                 (std::int64_t{1} << 32) + 4321, INT64_MAX, INT64_MIN}) {
-    SCOPED_TRACE(id);
-    EXPECT_FALSE(manager.killProcess(id));
-    EXPECT_FALSE(manager.closeWindow(id));
-    EXPECT_FALSE(manager.isAlive(id));
-    EXPECT_EQ(manager.getProcessName(id), "");
-    EXPECT_EQ(manager.getProcessFileName(id), "");
-    EXPECT_EQ(manager.getProcessLaunchArguments(id), "");
+    for (const char* method : {"process::killProcess", "process::closeWindow", "process::isAlive"}) {
+      EXPECT_EQ(call(method, id), ChannelReply::success(false)) << method << " " << id;
+    }
+    for (const char* method : {"process::getProcessName", "process::getProcessFileName", "process::getProcessLaunchArguments"}) {
+      EXPECT_EQ(call(method, id), ChannelReply::success("")) << method << " " << id;
+    }
   }
-  EXPECT_TRUE(platform.tools.calls.empty());
+  EXPECT_TRUE(tools.calls.empty());
 }
 
-TEST_F(ProcessManagerTest, FieldsAreWhatPsPrintsForTheirKeywordTrimmedOrUnknown) {
-  const std::pair<std::string (ProcessManager::*)(std::int64_t), const char*> operations[] = {
-      {&ProcessManager::getProcessName, "comm="},
-      {&ProcessManager::getProcessFileName, "args="},
-      {&ProcessManager::getProcessLaunchArguments, "args="},
+TEST_F(ProcessCommandsTest, FieldsAreWhatPsPrintsForTheirKeywordTrimmedOrUnknown) {
+  const std::pair<const char*, const char*> commands[] = {
+      {"process::getProcessName", "comm="},
+      {"process::getProcessFileName", "args="},
+      {"process::getProcessLaunchArguments", "args="},
   };
   const std::pair<Expected<ToolRun>, std::string> cases[] = {
       {finishedRun("  sleep \n"), "sleep"},
@@ -118,36 +150,56 @@ TEST_F(ProcessManagerTest, FieldsAreWhatPsPrintsForTheirKeywordTrimmedOrUnknown)
       {finishedRun("caf\xE9\n"), "Unknown"},
       {notStartedRun(), "Unknown"},
   };
-  for (const auto& [operation, keyword] : operations) {
+  for (const auto& [method, keyword] : commands) {
     for (const auto& [run, field] : cases) {
-      platform.tools.calls.clear();
-      platform.tools.answers = {run};
-      EXPECT_EQ((manager.*operation)(31), field);
-      EXPECT_EQ(platform.tools.calls, (Calls{{"/bin/ps", {"-p", "31", "-o", keyword}, kOutput}}));
+      EXPECT_EQ(callRunning(method, 31, run, {"/bin/ps", {"-p", "31", "-o", keyword}, kOutput}),
+                ChannelReply::success(field));
     }
   }
+  EXPECT_EQ(call("process::getProcessWorkingDirectory", 31), ChannelReply::success("Unknown"));
 }
 
-// Whole names up to canonical equivalence (UnicodeTextTest holds the cases of
-// the comparison itself), in the order of the list.
-TEST_F(ProcessManagerTest, ProcessesByNameMatchesWholeNames) {
-  platform.applications.applications = {
-      {"Caf\xC3\xA9", 10}, {std::nullopt, 11}, {"Finder", 12}, {"Cafe\xCC\x81", 13}, {"Finder", 14}, {"", 15},
+// Whole names, taken unchanged, up to canonical equivalence (UnicodeTextTest
+// holds the cases of the comparison itself), in the order of the list.
+TEST_F(ProcessCommandsTest, ProcessesByNameMatchesWholeNames) {
+  applications.applications = {
+      {"Caf\xC3\xA9", 10}, {std::nullopt, 11}, {"Finder", 12}, {"Cafe\xCC\x81", 13}, {"Finder", 14}, {"", 15}, {" Finder", 16},
   };
   const std::pair<std::string, Ids> cases[] = {
-      {"Caf\xC3\xA9", {10, 13}}, {"Cafe\xCC\x81", {10, 13}}, {"Finder", {12, 14}}, {"Find", {}}, {"", {15}},
+      {"Caf\xC3\xA9", {10, 13}}, {"Cafe\xCC\x81", {10, 13}}, {"Finder", {12, 14}}, {"Find", {}}, {"", {15}}, {" Finder", {16}},
   };
   for (const auto& [name, ids] : cases) {
-    EXPECT_EQ(answer(&ProcessManager::getProcessesByName, name),
+    EXPECT_EQ(call("process::getProcessesByName", argumentMap({{"name", name}, {"extra", 1}})),
               ChannelReply::success(processIdListValue(ids)));
+  }
+  for (const ChannelValue& sent : {ChannelValue(), ChannelValue(ChannelList{}), argumentMap({{"name", 5}}),
+                                   argumentMap({{"processName", "Finder"}}), argumentMap({{1, "Finder"}})}) {
+    EXPECT_EQ(call("process::getProcessesByName", sent), ChannelReply::error("INVALID_ARGUMENT", "Expected process name"));
   }
 }
 
-TEST_F(ProcessManagerTest, MainWindowHandleAnswersTheScriptsText) {
+// Anything but an integer "processId" in a map of string keys is refused, and runs nothing.
+TEST_F(ProcessCommandsTest, ProcessIdCommandsRefuseAnythingButAnIntegerProcessId) {
+  for (const char* method : {"process::isAlive", "process::getMainWindowHandle", "process::getMainWindowTitle",
+                             "process::closeWindow", "process::killProcess", "process::getProcessName",
+                             "process::getProcessFileName", "process::getProcessLaunchArguments",
+                             "process::getProcessWorkingDirectory"}) {
+    for (const ChannelValue& sent :
+         {ChannelValue(), ChannelValue(std::int64_t{5}), ChannelValue(ChannelList{ChannelValue(5)}), argumentMap({{"pid", 5}}),
+          argumentMap({{"processId", "5"}}), argumentMap({{"processId", 5.0}}), argumentMap({{"processId", true}}),
+          argumentMap({{"processId", 5}, {0, 1}})}) {
+      EXPECT_EQ(call(method, sent), ChannelReply::error("INVALID_ARGUMENT", "Expected processId")) << method;
+    }
+  }
+  EXPECT_TRUE(tools.calls.empty());
+  EXPECT_TRUE(scripts.sources.empty());
+}
+
+TEST_F(ProcessCommandsTest, MainWindowHandleAnswersTheScriptsText) {
   using Kind = ScriptFailure::Kind;
   using Text = std::optional<std::string>;
   const ChannelReply notFound = ChannelReply::error("UNAVAILABLE", "Main window handle not found");
-  const std::tuple<const char*, testing::FakeScriptRunner::Result, ChannelReply, std::vector<std::string>> cases[] = {
+  const std::tuple<const char*, FakeScriptRunner::Result, ChannelReply, std::vector<std::string>> cases[] = {
       {"process listed", Text("4242"), ChannelReply::success("4242"), {}},
       {"process not listed", Text(""), ChannelReply::success(""), {}},
       {"result without text", Text(), notFound, {}},
@@ -158,12 +210,12 @@ TEST_F(ProcessManagerTest, MainWindowHandleAnswersTheScriptsText) {
   };
   for (const auto& [name, result, reply, printed] : cases) {
     SCOPED_TRACE(name);
-    platform.scripts.result = result;
-    platform.scripts.sources.clear();
-    platform.diagnostics.lines.clear();
-    EXPECT_EQ(answer(&ProcessManager::getMainWindowHandle, std::int64_t{4242}), reply);
-    EXPECT_EQ(platform.scripts.sources, std::vector<std::string>{mainWindowHandleScript(4242)});
-    EXPECT_EQ(platform.diagnostics.lines, printed);
+    scripts.result = result;
+    scripts.sources.clear();
+    diagnostics.lines.clear();
+    EXPECT_EQ(call("process::getMainWindowHandle", 4242), reply);
+    EXPECT_EQ(scripts.sources, std::vector<std::string>{mainWindowHandleScript(4242)});
+    EXPECT_EQ(diagnostics.lines, printed);
   }
 }
 
@@ -171,7 +223,7 @@ WindowListEntry window(std::optional<std::int64_t> owner, std::optional<std::str
   return WindowListEntry{owner, std::move(name), std::nullopt};
 }
 
-TEST_F(ProcessManagerTest, MainWindowTitleIsTheFirstNamedWindowOfTheProcess) {
+TEST_F(ProcessCommandsTest, MainWindowTitleIsTheFirstNamedWindowOfTheProcess) {
   using Windows = std::optional<std::vector<WindowListEntry>>;
   const ChannelReply notFound = ChannelReply::error("UNAVAILABLE", "Main window title not found");
   const std::tuple<const char*, Windows, ChannelReply, std::vector<std::string>> cases[] = {
@@ -186,12 +238,12 @@ TEST_F(ProcessManagerTest, MainWindowTitleIsTheFirstNamedWindowOfTheProcess) {
       {"no window of the process", std::vector{window(8, "Other")}, notFound, {}},
       {"no list", std::nullopt, notFound, {"Error: Could not retrieve window list from Core Graphics."}},
   };
-  for (const auto& [name, windows, reply, printed] : cases) {
+  for (const auto& [name, list, reply, printed] : cases) {
     SCOPED_TRACE(name);
-    platform.windows.windows = windows;
-    platform.diagnostics.lines.clear();
-    EXPECT_EQ(answer(&ProcessManager::getMainWindowTitle, std::int64_t{7}), reply);
-    EXPECT_EQ(platform.diagnostics.lines, printed);
+    windows.windows = list;
+    diagnostics.lines.clear();
+    EXPECT_EQ(call("process::getMainWindowTitle", 7), reply);
+    EXPECT_EQ(diagnostics.lines, printed);
   }
 }
 
