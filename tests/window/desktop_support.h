@@ -48,15 +48,20 @@ struct LinuxDesktop {
   WindowServices services{windowList, hostWindows, screens, textMeasurer, alertWindows, mainQueue, diagnostics};
 };
 
-// Runs the GLib main loop until `condition` holds or `timeout` has passed;
+// Serves what the GLib main loop has ready, without waiting.
+inline void serveMainLoop() {
+  while (g_main_context_iteration(nullptr, FALSE)) {
+  }
+}
+
+// Serves the GLib main loop until `condition` holds or `timeout` has passed;
 // answers whether it holds.
 inline bool waitUntil(const std::function<bool()>& condition,
                       std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
-    while (g_main_context_iteration(nullptr, FALSE)) {
-    }
+    serveMainLoop();
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return true;

@@ -1,8 +1,10 @@
-// Fakes of the desktop interfaces: a scripted window list, main screen and
-// text heights; host windows and alert windows that record what was done to
-// them, in order; a main queue that runs jobs only when the test says so.
+// Fakes of the desktop interfaces, one object: a scripted window list, main
+// screen and text heights; a main queue that runs jobs only when the test says
+// so; and one log, in order, of everything done to the host's windows and the
+// alerts ("42 hide", "alert setFrameOrigin 300 300", "alert close", ...).
 #pragma once
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -17,112 +19,70 @@
 
 namespace quillon::testing {
 
-// One fake host window; its actions: "hide", "present", "minimise", "setFrame x y w h".
+// A host window (its number) or an alert (number 0, its style and content).
 struct FakeWindowState {
   std::int64_t number = 0;
   FrameRect frame;
-  std::vector<std::string> actions;
+  AlertWindowStyle style = {};
+  std::optional<AlertContent> content = {};
 };
 
-class FakeHostWindow final : public HostWindow {
+// The handle to either kind: both interfaces' frame() is the same.
+class FakeWindow final : public HostWindow, public AlertWindow {
  public:
-  explicit FakeHostWindow(FakeWindowState& state) : state_(state) {}
+  FakeWindow(FakeWindowState& state, std::vector<std::string>& log) : state_(state), log_(log) {}
   std::int64_t number() const override { return state_.number; }
   FrameRect frame() const override { return state_.frame; }
-  void hide() override { state_.actions.push_back("hide"); }
-  void present() override { state_.actions.push_back("present"); }
-  void minimise() override { state_.actions.push_back("minimise"); }
+  void hide() override { note("hide"); }
+  void present() override { note("present"); }
+  void minimise() override { note("minimise"); }
   void setFrame(const FrameRect& frame) override {
     state_.frame = frame;
-    std::ostringstream action;
-    action << "setFrame " << frame.x << ' ' << frame.y << ' ' << frame.width << ' ' << frame.height;
-    state_.actions.push_back(action.str());
+    note("setFrame", {frame.x, frame.y, frame.width, frame.height});
+  }
+  void setFrameOrigin(double x, double y) override {
+    state_.frame.x = x;
+    state_.frame.y = y;
+    note("setFrameOrigin", {x, y});
+  }
+  void centre() override { note("centre"); }
+  void setContent(const AlertContent& content) override { state_.content = content, note("setContent"); }
+  void makeKeyAndOrderFront() override { note("makeKeyAndOrderFront"); }
+  OnceCallback<void()> closeIfStillOpen() override {
+    return [log = &log_] { log->push_back("alert close"); };
   }
 
  private:
+  void note(const char* action, std::initializer_list<double> values = {}) {
+    std::ostringstream line;
+    line << (state_.number != 0 ? std::to_string(state_.number) : "alert") << ' ' << action;
+    for (const double value : values) line << ' ' << value;
+    log_.push_back(line.str());
+  }
+
   FakeWindowState& state_;
+  std::vector<std::string>& log_;
 };
 
-class FakeHostWindows final : public HostWindows {
- public:
+struct FakeDesktop final : HostWindows, Screens, TextMeasurer, AlertWindowFactory, MainQueue {
   std::vector<std::unique_ptr<HostWindow>> windows() override {
     std::vector<std::unique_ptr<HostWindow>> handles;
-    for (FakeWindowState& state : states) handles.push_back(std::make_unique<FakeHostWindow>(state));
+    for (FakeWindowState& window : hostWindows) handles.push_back(std::make_unique<FakeWindow>(window, log));
     return handles;
   }
   std::unique_ptr<HostWindow> keyWindow() override {
-    return key ? std::make_unique<FakeHostWindow>(states.at(*key)) : nullptr;
+    return key ? std::make_unique<FakeWindow>(hostWindows.at(*key), log) : nullptr;
   }
-
-  std::vector<FakeWindowState> states;
-  std::optional<std::size_t> key;  // index into states
-};
-
-class FakeScreens final : public Screens {
- public:
   std::optional<ScreenFrames> mainScreen() override { return screen; }
-  std::optional<ScreenFrames> screen;
-};
-
-class FakeTextMeasurer final : public TextMeasurer {
- public:
   double heightOf(std::string_view text, double width, const SystemFont& font) override {
-    requests.emplace_back(std::string(text), width, font);
+    measured.emplace_back(std::string(text), width, font);
     return heights.at(std::string(text));
   }
-
-  std::map<std::string, double> heights;
-  std::vector<std::tuple<std::string, double, SystemFont>> requests;
-};
-
-// Everything the alert code did to one window, in order; "close" when the
-// automatic close ran.
-struct FakeAlertRecord {
-  AlertWindowStyle style;
-  FrameRect frame;  // the frame the platform reports
-  std::vector<std::string> calls;
-  std::optional<AlertContent> content;
-};
-
-class FakeAlertWindow final : public AlertWindow {
- public:
-  explicit FakeAlertWindow(std::shared_ptr<FakeAlertRecord> record) : record_(std::move(record)) {}
-  FrameRect frame() const override { return record_->frame; }
-  void setFrameOrigin(double x, double y) override {
-    record_->frame.x = x;
-    record_->frame.y = y;
-    record_->calls.push_back("setFrameOrigin");
-  }
-  void centre() override { record_->calls.push_back("centre"); }
-  void setContent(const AlertContent& content) override {
-    record_->content = content;
-    record_->calls.push_back("setContent");
-  }
-  void makeKeyAndOrderFront() override { record_->calls.push_back("makeKeyAndOrderFront"); }
-  OnceCallback<void()> closeIfStillOpen() override {
-    return [record = record_] { record->calls.push_back("close"); };
-  }
-
- private:
-  std::shared_ptr<FakeAlertRecord> record_;
-};
-
-class FakeAlertWindowFactory final : public AlertWindowFactory {
- public:
   std::unique_ptr<AlertWindow> create(const AlertWindowStyle& style) override {
     if (!canCreate) return nullptr;
-    records.push_back(std::make_shared<FakeAlertRecord>(
-        FakeAlertRecord{style, {0.0, 0.0, style.contentWidth, style.contentHeight + titleBarHeight}, {}, {}}));
-    return std::make_unique<FakeAlertWindow>(records.back());
+    alerts.push_back({0, {0.0, 0.0, style.contentWidth, style.contentHeight + titleBarHeight}, style});
+    return std::make_unique<FakeWindow>(alerts.back(), log);
   }
-
-  bool canCreate = true;
-  double titleBarHeight = 0.0;
-  std::vector<std::shared_ptr<FakeAlertRecord>> records;
-};
-
-class FakeMainQueue final : public MainQueue {
- public:
   void post(Job job) override { posted.push_back(std::move(job)); }
   void postAfter(std::chrono::seconds delay, Job job) override { delayed.emplace_back(delay, std::move(job)); }
 
@@ -131,20 +91,20 @@ class FakeMainQueue final : public MainQueue {
     for (auto& job : std::exchange(posted, {})) std::move(job)();
   }
 
+  FakeWindowList windowList;
+  std::vector<FakeWindowState> hostWindows;
+  std::optional<std::size_t> key;  // index into hostWindows
+  std::optional<ScreenFrames> screen;
+  std::map<std::string, double> heights;
+  std::vector<std::tuple<std::string, double, SystemFont>> measured;
+  bool canCreate = true;
+  double titleBarHeight = 0.0;  // added to the alerts' content height
+  std::deque<FakeWindowState> alerts;
   std::vector<Job> posted;
   std::vector<std::pair<std::chrono::seconds, Job>> delayed;
-};
-
-// One set of fakes wired as the window services.
-struct FakeDesktop {
-  FakeWindowList windowList;
-  FakeHostWindows hostWindows;
-  FakeScreens screens;
-  FakeTextMeasurer textMeasurer;
-  FakeAlertWindowFactory alertWindows;
-  FakeMainQueue mainQueue;
+  std::vector<std::string> log;
   CapturingDiagnostics diagnostics;
-  WindowServices services{windowList, hostWindows, screens, textMeasurer, alertWindows, mainQueue, diagnostics};
+  WindowServices services{windowList, *this, *this, *this, *this, *this, diagnostics};
 };
 
 }  // namespace quillon::testing

@@ -15,12 +15,7 @@
 namespace quillon::testing {
 namespace {
 
-ChannelValue arguments(std::initializer_list<std::pair<const char*, ChannelValue>> entries) {
-  ChannelMap map;
-  for (const auto& [key, value] : entries) map.set(key, value);
-  return map;
-}
-
+// A map of 64-bit integers, as the commands answer.
 ChannelReply integers(std::initializer_list<std::pair<const char*, std::int64_t>> entries) {
   ChannelMap map;
   for (const auto& [key, value] : entries) map.set(key, value);
@@ -47,33 +42,29 @@ class WindowCommandsTest : public ::testing::Test {
   CommandDispatcher dispatcher{windowCommands(desktop.services)};
 };
 
-struct FailedCheck {
-  std::string method;
-  ChannelValue arguments;
-  std::string message;
-};
-
 TEST_F(WindowCommandsTest, FailedChecksAnswerInvalidArgumentAndDoNothing) {
-  const std::vector<FailedCheck> cases = {
-      {"window::getWindowRect", arguments({{"windowHandle", std::int64_t{5}}}), "Expected windowHandle"},
-      {"window::getWindowRect", arguments({{"processId", "5"}}), "Expected windowHandle"},
-      {"window::getWindowRect", ChannelValue(), "Expected windowHandle"},
-      {"window::showWindow", arguments({{"windowHandle", std::int64_t{42}}}), "Expected windowHandle and command"},
-      {"window::showWindow", arguments({{"command", std::int32_t{1}}}), "Expected windowHandle and command"},
-      {"window::showWindow", ChannelValue(ChannelList{}), "Expected windowHandle and command"},
-      {"window::showAlert", arguments({{"title", "t"}, {"message", "m"}}), "Expected title and message"},
-      {"window::showAlert", arguments({{"title", "t"}, {"timeout", std::int64_t{1}}}), "Expected title and message"},
-      {"window::showAlert", arguments({{"title", std::int64_t{1}}, {"message", "m"}, {"timeout", std::int64_t{1}}}),
-       "Expected title and message"},
-      {"window::showAlert", ChannelValue("x"), "Expected title and message"},
+  const std::map<std::string, std::string> messages{{"window::getWindowRect", "Expected windowHandle"},
+                                                    {"window::showWindow", "Expected windowHandle and command"},
+                                                    {"window::showAlert", "Expected title and message"}};
+  const std::pair<const char*, ChannelValue> cases[] = {
+      {"window::getWindowRect", argumentMap({{"windowHandle", std::int64_t{5}}})},
+      {"window::getWindowRect", argumentMap({{"processId", "5"}})},
+      {"window::getWindowRect", ChannelValue()},
+      {"window::showWindow", argumentMap({{"windowHandle", std::int64_t{42}}})},
+      {"window::showWindow", argumentMap({{"command", std::int32_t{1}}})},
+      {"window::showWindow", ChannelValue(ChannelList{})},
+      {"window::showAlert", argumentMap({{"title", "t"}, {"message", "m"}})},
+      {"window::showAlert", argumentMap({{"title", "t"}, {"timeout", std::int64_t{1}}})},
+      {"window::showAlert", argumentMap({{"title", std::int64_t{1}}, {"message", "m"}, {"timeout", std::int64_t{1}}})},
+      {"window::showAlert", ChannelValue("x")},
   };
-  desktop.hostWindows.states = {{42, {0, 0, 10, 10}, {}}};
-  for (const FailedCheck& test : cases) {
-    EXPECT_EQ(call(test.method, test.arguments), ChannelReply::error("INVALID_ARGUMENT", test.message))
-        << test.method << " " << describe(test.arguments);
+  desktop.hostWindows = {{42, {0, 0, 10, 10}}};
+  for (const auto& [method, arguments] : cases) {
+    EXPECT_EQ(call(method, arguments), ChannelReply::error("INVALID_ARGUMENT", messages.at(method)))
+        << method << " " << describe(arguments);
   }
-  EXPECT_TRUE(desktop.hostWindows.states[0].actions.empty());
-  EXPECT_TRUE(desktop.mainQueue.posted.empty());
+  EXPECT_TRUE(desktop.log.empty());
+  EXPECT_TRUE(desktop.posted.empty());
 }
 
 struct RectCase {
@@ -107,7 +98,7 @@ TEST_F(WindowCommandsTest, GetWindowRectAnswersTheProcesssFrontMostWindow) {
   for (const RectCase& test : cases) {
     desktop.windowList.windows = test.windows;
     desktop.diagnostics.lines.clear();
-    EXPECT_EQ(call("window::getWindowRect", arguments({{"processId", std::int32_t{7}}})), test.reply) << test.name;
+    EXPECT_EQ(call("window::getWindowRect", argumentMap({{"processId", std::int32_t{7}}})), test.reply) << test.name;
     EXPECT_EQ(desktop.diagnostics.lines,
               test.windows ? std::vector<std::string>{}
                            : std::vector<std::string>{"Error: Could not retrieve window list from Core Graphics."})
@@ -117,34 +108,35 @@ TEST_F(WindowCommandsTest, GetWindowRectAnswersTheProcesssFrontMostWindow) {
 
 struct ShowCase {
   std::int64_t command;
-  std::vector<std::string> actions;  // none: answers false
+  std::vector<std::string> log;  // empty: answers false
   std::int64_t number = 42;
   bool screen = true;
 };
 
-// Only codes 0, 1, 2, 3, 6 and 9 act, on the host's own windows only; 3 keeps
-// the origin and takes the main screen's size (none without a screen).
+// Only codes 0, 1, 2, 3, 6 and 9 act, on the host's own windows only (window
+// 41 is never touched); 3 keeps the origin and takes the main screen's size
+// (none without a screen).
 TEST_F(WindowCommandsTest, ShowWindowActsOnSixCodesOfTheHostsOwnWindowsOnly) {
   std::vector<ShowCase> cases = {
-      {0, {"hide"}},
-      {1, {"present"}},
-      {2, {"minimise"}},
-      {3, {"setFrame 100 200 1440 900", "present"}},
-      {3, {"setFrame 100 200 0 0", "present"}, 42, false},
-      {6, {"minimise"}},
-      {9, {"setFrame 100 200 640 480", "present"}},
+      {0, {"42 hide"}},
+      {1, {"42 present"}},
+      {2, {"42 minimise"}},
+      {3, {"42 setFrame 100 200 1440 900", "42 present"}},
+      {3, {"42 setFrame 100 200 0 0", "42 present"}, 42, false},
+      {6, {"42 minimise"}},
+      {9, {"42 setFrame 100 200 640 480", "42 present"}},
   };
   for (const std::int64_t idle : {4, 5, 7, 8, 10, 11, 12, -1}) cases.push_back({idle, {}});
   cases.push_back({std::numeric_limits<std::int64_t>::min(), {}});
   for (const std::int64_t command : {0, 1, 3, 9}) cases.push_back({command, {}, 43});
   for (const ShowCase& test : cases) {
-    desktop.screens.screen = test.screen ? std::optional(ScreenFrames{{0, 0, 1440, 900}, {0, 80, 1440, 795}}) : std::nullopt;
-    desktop.hostWindows.states = {{41, {0, 0, 10, 10}, {}}, {42, {100, 200, 640, 480}, {}}};
-    EXPECT_EQ(call("window::showWindow", arguments({{"windowHandle", test.number}, {"command", test.command}})),
-              ChannelReply::success(!test.actions.empty()))
+    desktop.screen = test.screen ? std::optional(ScreenFrames{{0, 0, 1440, 900}, {0, 80, 1440, 795}}) : std::nullopt;
+    desktop.hostWindows = {{41, {0, 0, 10, 10}}, {42, {100, 200, 640, 480}}};
+    desktop.log.clear();
+    EXPECT_EQ(call("window::showWindow", argumentMap({{"windowHandle", test.number}, {"command", test.command}})),
+              ChannelReply::success(!test.log.empty()))
         << test.number << " " << test.command;
-    EXPECT_EQ(desktop.hostWindows.states[1].actions, test.actions) << test.number << " " << test.command;
-    EXPECT_TRUE(desktop.hostWindows.states[0].actions.empty());
+    EXPECT_EQ(desktop.log, test.log) << test.number << " " << test.command;
   }
 }
 
@@ -168,7 +160,7 @@ TEST_F(WindowCommandsTest, ScreenMetricsAnswerTheMainScreenOrTheirFailureValues)
        ChannelReply::success(ChannelMap{})},
   };
   for (const ScreenCase& test : cases) {
-    desktop.screens.screen = test.screen;
+    desktop.screen = test.screen;
     EXPECT_EQ(call("window::getScreenBounds", ChannelValue("x")), test.bounds) << test.name;
     EXPECT_EQ(call("window::getScreenWorkingAreaDimensions", ChannelValue(ChannelList{})), test.workingArea)
         << test.name;
@@ -178,7 +170,7 @@ TEST_F(WindowCommandsTest, ScreenMetricsAnswerTheMainScreenOrTheirFailureValues)
 // The alert is built on a later turn; only a positive integer timeout arms its
 // close, and only when the platform could make the window.
 TEST_F(WindowCommandsTest, ShowAlertAnswersNullBeforeTheAlertExists) {
-  desktop.textMeasurer.heights = {{"t", 20.0}, {"m", 20.0}};
+  desktop.heights = {{"t", 20.0}, {"m", 20.0}};
   const std::tuple<ChannelValue, bool, std::size_t> cases[] = {
       {ChannelValue(std::int64_t{5}), true, 1}, {ChannelValue(std::int32_t{5}), true, 1},
       {ChannelValue(), true, 0},                {ChannelValue("5"), true, 0},
@@ -187,15 +179,15 @@ TEST_F(WindowCommandsTest, ShowAlertAnswersNullBeforeTheAlertExists) {
       {ChannelValue(std::int64_t{5}), false, 0},
   };
   for (const auto& [timeout, canCreate, armed] : cases) {
-    desktop.alertWindows.canCreate = canCreate;
-    desktop.alertWindows.records.clear();
-    desktop.mainQueue.delayed.clear();
-    EXPECT_EQ(call("window::showAlert", arguments({{"title", "t"}, {"message", "m"}, {"timeout", timeout}})),
+    desktop.canCreate = canCreate;
+    desktop.alerts.clear();
+    desktop.delayed.clear();
+    EXPECT_EQ(call("window::showAlert", argumentMap({{"title", "t"}, {"message", "m"}, {"timeout", timeout}})),
               ChannelReply::success());
-    EXPECT_TRUE(desktop.alertWindows.records.empty());
-    desktop.mainQueue.runPosted();
-    EXPECT_EQ(desktop.alertWindows.records.size(), canCreate ? 1U : 0U);
-    EXPECT_EQ(desktop.mainQueue.delayed.size(), armed) << describe(timeout) << " " << canCreate;
+    EXPECT_TRUE(desktop.alerts.empty());
+    desktop.runPosted();
+    EXPECT_EQ(desktop.alerts.size(), canCreate ? 1U : 0U);
+    EXPECT_EQ(desktop.delayed.size(), armed) << describe(timeout) << " " << canCreate;
   }
 }
 
@@ -210,46 +202,35 @@ TEST(NonModalAlertWindowTest, ContentHeightCapsTheMessageAndRoundsUpTheTitle) {
   EXPECT_EQ(NonModalAlertWindow::centredOver({0, 0, 300, 100}, {0, 0, 400, 201}), (FrameRect{-50, -50.5, 400, 201}));
 }
 
+// Over the key window, whose frame and the alert's whole frame (400 x 200)
+// place it at (300, 300); without one the platform centres it. Its close runs
+// when its timer does, after everything else.
 TEST(NonModalAlertWindowTest, MeasuresBuildsPlacesShowsAndArmsTheCloseInThatOrder) {
   FakeDesktop desktop;
-  desktop.textMeasurer.heights = {{"Title", 19.1}, {"Message", 48.0}};
-  desktop.hostWindows.states = {{42, {100, 100, 800, 600}, {}}};
-  desktop.hostWindows.key = 0;
-  desktop.alertWindows.titleBarHeight = 52.0;  // the alert's whole frame is 400 x 200
+  desktop.heights = {{"Title", 19.1}, {"Message", 48.0}};
+  desktop.hostWindows = {{42, {100, 100, 800, 600}}};
+  desktop.key = 0;
+  desktop.titleBarHeight = 52.0;
   { NonModalAlertWindow alert(desktop.services, "Title", "Message", 3); }
+  desktop.key.reset();
+  { NonModalAlertWindow alert(desktop.services, "Title", "Message", 0); }
 
   using Request = std::tuple<std::string, double, SystemFont>;
-  EXPECT_EQ(desktop.textMeasurer.requests, (std::vector<Request>{{"Message", 360.0, {13.0, FontWeight::regular}},
-                                                                 {"Title", 360.0, {16.0, FontWeight::bold}}}));
-  ASSERT_EQ(desktop.alertWindows.records.size(), 1U);
-  const FakeAlertRecord& record = *desktop.alertWindows.records[0];
-  EXPECT_EQ(record.style, (AlertWindowStyle{"QUILLON Remote App", 400.0, 148.0, true, false, false, true}));
-  EXPECT_EQ(record.frame, (FrameRect{300, 300, 400, 200}));
-  const AlertContent expectedContent{
-      "Title",
-      {16.0, FontWeight::bold},
-      "Message",
-      {13.0, FontWeight::regular},
-      "OK",
-      {14.0, FontWeight::semibold},
-      {.titleTop = 10, .sideInset = 20, .messageTop = 10, .buttonTop = 10, .buttonBottom = 10, .buttonWidth = 80,
-       .buttonHeight = 30},
-  };
-  EXPECT_EQ(record.content, expectedContent);
-  ASSERT_EQ(desktop.mainQueue.delayed.size(), 1U);
-  EXPECT_EQ(desktop.mainQueue.delayed[0].first, std::chrono::seconds(3));
-  std::move(desktop.mainQueue.delayed[0].second)();
-  EXPECT_EQ(record.calls, (std::vector<std::string>{"setFrameOrigin", "setContent", "makeKeyAndOrderFront", "close"}));
-}
-
-TEST(NonModalAlertWindowTest, WithoutAKeyWindowThePlatformCentres) {
-  FakeDesktop desktop;
-  desktop.textMeasurer.heights = {{"T", 20.0}, {"M", 450.0}};
-  NonModalAlertWindow(desktop.services, "T", "M", 0);
-  ASSERT_EQ(desktop.alertWindows.records.size(), 1U);
-  EXPECT_EQ(desktop.alertWindows.records[0]->style.contentHeight, 400.0);
-  EXPECT_EQ(desktop.alertWindows.records[0]->calls,
-            (std::vector<std::string>{"centre", "setContent", "makeKeyAndOrderFront"}));
+  const Request message{"Message", 360.0, {13.0, FontWeight::regular}}, title{"Title", 360.0, {16.0, FontWeight::bold}};
+  EXPECT_EQ(desktop.measured, (std::vector<Request>{message, title, message, title}));
+  ASSERT_EQ(desktop.alerts.size(), 2U);
+  EXPECT_EQ(desktop.alerts[0].style, (AlertWindowStyle{"QUILLON Remote App", 400.0, 148.0, true, false, false, true}));
+  EXPECT_EQ(desktop.alerts[0].content,
+            (AlertContent{"Title", {16.0, FontWeight::bold}, "Message", {13.0, FontWeight::regular}, "OK",
+                          {14.0, FontWeight::semibold},
+                          {.titleTop = 10, .sideInset = 20, .messageTop = 10, .buttonTop = 10, .buttonBottom = 10,
+                           .buttonWidth = 80, .buttonHeight = 30}}));
+  ASSERT_EQ(desktop.delayed.size(), 1U);
+  EXPECT_EQ(desktop.delayed[0].first, std::chrono::seconds(3));
+  std::move(desktop.delayed[0].second)();
+  EXPECT_EQ(desktop.log, (std::vector<std::string>{"alert setFrameOrigin 300 300", "alert setContent",
+                                                   "alert makeKeyAndOrderFront", "alert centre", "alert setContent",
+                                                   "alert makeKeyAndOrderFront", "alert close"}));
 }
 
 }  // namespace
