@@ -47,12 +47,8 @@ class SecureStorageEndToEndTest : public CatalogueEndToEndTest {
 
 TEST_F(SecureStorageEndToEndTest, KeysAndValuesComeBackByteForByteAndEachKeyIsOneItem) {
   const std::vector<std::pair<std::string, std::string>> kCases{
-      {"empty", ""},
-      {"utf-8", "pässwörd – 密码 🔑"},
-      {"clé 🔑", "non-ASCII key"},
-      {"nul", std::string("before\0after", 12)},
-      {"long", std::string(64 * 1024, 'x')},
-  };
+      {"empty", ""}, {"utf-8", "pässwörd – 密码 🔑"}, {"clé 🔑", "non-ASCII key"},
+      {"nul", std::string("before\0after", 12)}, {"long", std::string(64 * 1024, 'x')}};
   for (const auto& [key, value] : kCases) {
     EXPECT_EQ(write(key, "replaced"), ChannelReply::success());
     EXPECT_EQ(write(key, value), ChannelReply::success());

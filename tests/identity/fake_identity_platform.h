@@ -29,7 +29,6 @@ struct FakeKeychain final : Keychain {
     added.push_back(request.value.der());
     return addResult;
   }
-  static Certificate certificate(std::vector<std::uint8_t> der) { return certificateFromCheckedDer(std::move(der)); }
 
   std::map<std::string, std::vector<std::uint8_t>> stored;  // label -> DER
   Expected<void, KeychainError> addResult;

@@ -30,20 +30,15 @@ void writeText(const fs::path& path, const std::string& text) {
 
 TEST(SysfsNetworkInterfacesTest, ListsDeviceBackedInterfacesInIndexOrder) {
   const testing::ScratchDirectory root;
-  struct Fixture {
-    std::string name, index, addressLength, address;
-    bool device;
-  };
-  for (const Fixture& interface : {Fixture{"lo", "1", "6", "00:00:00:00:00:00", false},
-                                   Fixture{"veth9", "2", "6", "ee:ee:ee:ee:ee:ee", false},
-                                   Fixture{"wlan0", "7", "6", "AA:bb:CC:00:11:22", true},
-                                   Fixture{"eth0", "3", "6", "02:fc:00:00:00:01", true},
-                                   Fixture{"wwan0", "5", "0", "", true}}) {
-    const fs::path directory = root.path() + "/" + interface.name;
-    writeText(directory / "ifindex", interface.index + "\n");
-    writeText(directory / "addr_len", interface.addressLength + "\n");
-    writeText(directory / "address", interface.address + "\n");
-    if (interface.device) fs::create_directories(directory / "device");
+  // Name, index, address (of length 0 when empty, else 6) and whether a device backs it.
+  for (const auto& [name, index, address, device] : std::initializer_list<std::tuple<std::string, int, std::string, bool>>{
+           {"lo", 1, "00:00:00:00:00:00", false}, {"veth9", 2, "ee:ee:ee:ee:ee:ee", false},
+           {"wlan0", 7, "AA:bb:CC:00:11:22", true}, {"eth0", 3, "02:fc:00:00:00:01", true}, {"wwan0", 5, "", true}}) {
+    const fs::path directory = root.path() + "/" + name;
+    writeText(directory / "ifindex", std::to_string(index) + "\n");
+    writeText(directory / "addr_len", address.empty() ? "0\n" : "6\n");
+    writeText(directory / "address", address + "\n");
+    if (device) fs::create_directories(directory / "device");
   }
   const auto interfaces = SysfsNetworkInterfaces(root.path()).list();
   ASSERT_TRUE(interfaces);

@@ -11,8 +11,6 @@ namespace quillon::testing {
 
 namespace {
 
-void writeText(const std::filesystem::path& path, const std::string& text) { std::ofstream(path) << text; }
-
 // A minimal self-signing authority: openssl's "ca" is the one command of
 // openssl 3.0 that sets an exact end date.
 constexpr const char* kAuthorityConfiguration = R"([ca]
@@ -39,11 +37,9 @@ distinguished_name = name
 std::vector<std::uint8_t> makeCertificate(const std::string& subject, const std::string& endDate) {
   const ScratchDirectory scratch;
   const std::filesystem::path directory = scratch.path();
-  writeText(directory / "ca.cnf", kAuthorityConfiguration);
-  writeText(directory / "index.txt", "");
-  writeText(directory / "serial", "1000\n");
+  std::ofstream(directory / "ca.cnf") << kAuthorityConfiguration;
   const std::string script =
-      "cd '" + directory.string() + "' && "
+      "cd '" + directory.string() + "' && : > index.txt && echo 1000 > serial && "
       "openssl req -new -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -keyout key.pem -out req.pem "
       "-config ca.cnf -subj '" + subject + "' && "
       "openssl ca -batch -config ca.cnf -selfsign -keyfile key.pem -in req.pem -out cert.pem -notext "

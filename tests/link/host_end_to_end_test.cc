@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "channel/standard_codec.h"
 #include "tests/support/host_conversation.h"
@@ -70,9 +71,8 @@ TEST(HostEndToEndTest, ALiveHostThatDoesNotTakeTheLaunchLeavesTheSecondAtStatusO
   }
   ASSERT_TRUE(received);
   EXPECT_EQ(received->channel, "quillon.app/instance");
-  ChannelMap arguments;
-  arguments.set("startupId", "launch-2_TIME7");
-  EXPECT_EQ(StandardCodec::decodeMethodCall(received->payload), (MethodCall{"activate", arguments}));
+  EXPECT_EQ(StandardCodec::decodeMethodCall(received->payload),
+            (MethodCall{"activate", argumentMap({{"startupId", "launch-2_TIME7"}})}));
   EXPECT_EQ(host.errorOutput("second"), "quillon-host: another host already serves " + host.socketPath() +
                                             " and did not take the launch: it answered not-implemented\n");
 }
@@ -91,10 +91,11 @@ void expectRun(const Case& each, const ToolRun& run) {
   EXPECT_NE(run.errorOutput.find(each.error), std::string::npos) << run.errorOutput;
 }
 
-// One helper is missing, which the host says on its standard output.
+// One helper is there, the other missing, which the host says on its standard output.
 TEST(QuillonCallTest, PrintsEachOutcomeWithItsExitStatus) {
-  HostProcess host({.helpers = true});
-  std::filesystem::remove_all(host.dataPath() + "/pylonRDP");
+  HostProcess host({});
+  std::filesystem::create_directories(host.dataPath() + "/pylonTX");
+  std::ofstream(host.dataPath() + "/pylonTX/pylonTX") << "#!/bin/sh\n";
   host.start();
   ASSERT_TRUE(host.waitReady()) << host.errorOutput();
   const auto quoted = [](const std::string& text) { return '"' + text + "\"\n"; };

@@ -8,10 +8,8 @@
 // host_end_to_end_test.cc, shell_end_to_end_test.cc, the faults.)
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -24,6 +22,7 @@
 #include "embedding/method_channel.h"
 #include "tests/link/link_peer.h"
 #include "tests/support/fake_messenger.h"
+#include "tools/link_client.h"
 
 namespace quillon {
 namespace {
@@ -144,15 +143,6 @@ TEST(MethodChannelTest, APayloadThatIsNotAMethodCallIsAnsweredBadMessage) {
 }
 
 
-UniqueFd connectTo(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return {};
-  return socket;
-}
-
 class LinkListenerTest : public ::testing::Test {
  protected:
   std::string socketPath() const { return (root_ / "a" / "b" / "interface.sock").string(); }
@@ -178,8 +168,9 @@ TEST_F(LinkListenerTest, AConnectionOfAnotherUserIsClosedAtOnce) {
   LinkListener listener(socketPath(), ::getuid() + 1);
   int accepted = 0;
   ASSERT_EQ(listener.listen([&](UniqueFd) { ++accepted; }), std::nullopt);
-  LinkPeer peer(connectTo(socketPath()));
-  EXPECT_TRUE(peer.closedByHost());
+  auto peer = LinkClient::connect(socketPath());
+  ASSERT_TRUE(peer);
+  EXPECT_TRUE(pumpUntil([&] { return (*peer)->waitForClose(std::chrono::milliseconds(0)); }));
   EXPECT_EQ(accepted, 0);
 }
 
@@ -193,7 +184,7 @@ TEST_F(LinkListenerTest, AStaleSocketIsReplaced) {
   fs::rename(socketPath() + ".kept", socketPath());
   LinkListener listener(socketPath(), ::getuid());
   EXPECT_EQ(listener.listen([](UniqueFd) {}), std::nullopt);
-  EXPECT_TRUE(connectTo(socketPath()).valid());
+  EXPECT_TRUE(LinkClient::connect(socketPath()));
 }
 
 TEST_F(LinkListenerTest, AFileThatIsNotASocketIsNeverRemoved) {

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include "base/unique_fd.h"
 #include "channel/channel_names.h"
@@ -52,12 +51,6 @@ HostProcess::HostProcess(Layout layout) : layout_(layout) {
   fs::create_directories(dataPath());
   // A copy, not a link: the host finds its bundle through /proc/self/exe, which names the real file.
   fs::copy_file(QUILLON_HOST_BINARY, executablePath());
-  if (layout_.helpers) {
-    for (const std::string helper : {"pylonRDP", "pylonTX"}) {
-      fs::create_directories(dataPath() + "/" + helper);
-      std::ofstream(dataPath() + "/" + helper + "/" + helper) << "#!/bin/sh\n";
-    }
-  }
   socketPath_ = directory() + "/sockets/interface.sock";
 }
 

@@ -1,6 +1,6 @@
 // HostProcess: the built host started for an end-to-end test in a bundle of its
 // own: a temporary directory holding a copy of the host executable, its data/
-// directory (with or without the two helpers) and the socket's directory.
+// directory (without the two helpers) and the socket's directory.
 // ScriptedHost: a stand-in host for testing clients.
 //
 // Contract: the temporary directory and the host go away with this object; the
@@ -26,7 +26,6 @@ bool acceptsConnections(const std::string& path);
 class HostProcess {
  public:
   struct Layout {
-    bool helpers = false;
     // Take DISPLAY (and WAYLAND_DISPLAY) away: the host runs without windows.
     bool headless = false;
     // More variables for the host, over the bundle's own.

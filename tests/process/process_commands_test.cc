@@ -1,6 +1,7 @@
 // The "process::" catalogue over fakes: the arguments it takes, and what
-// ProcessManager answers for each command, exactly; and the readings of text
-// it makes: ps's lists of ids, and names compared up to canonical equivalence.
+// ProcessManager answers for each command, exactly (ps's output read line by
+// line among them); and the text it reads: UTF-8, blanks and line breaks, and
+// names compared up to canonical equivalence.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <unistd.h>
@@ -12,7 +13,6 @@
 #include "commands/command_dispatcher.h"
 #include "commands/process_commands.h"
 #include "process/main_window_script.h"
-#include "process/process_id_list.h"
 #include "process/process_manager.h"
 #include "process/unicode_text.h"
 #include "tests/support/capturing_diagnostics.h"
@@ -31,6 +31,8 @@ using Ids = std::vector<std::int64_t>;
 using Calls = std::vector<ToolCall>;
 
 constexpr auto kOutput = ToolRunner::Streams::kOutput;
+constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
+constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
 
 struct FakeRunningApplications final : RunningApplications {
   std::vector<RunningApplication> list() override { return applications; }
@@ -82,6 +84,16 @@ TEST_F(ProcessCommandsTest, ProcessIdListIsEveryNumberLinePsPrintsWhateverItsExi
       {finishedRun("PID\n4\n", 1), {4}},
       {finishedRun("PID\n1\n\xFF\n2\n"), {}},  // not UTF-8
       {notStartedRun(), {}},
+      {finishedRun("0\n+42\n-7\n007\n9223372036854775807\n-9223372036854775808\n"), {0, 42, -7, 7, kMax, kMin}},
+      // Malformed lines dropped (ARABIC-INDIC DIGIT THREE is no ASCII digit).
+      {finishedRun("+\n-\n+-5\n--5\n1 2\n12a\n0x1F\n\xD9\xA3\n5\n"), {5}},
+      // Overflow dropped, neighbours kept.
+      {finishedRun("3\n9223372036854775808\n-9223372036854775809\n18446744073709551616\n4\n"), {3, 4}},
+      {finishedRun("\t 12 \t\n\n\n   \n\t\n8\n\n"), {12, 8}},
+      {finishedRun("5\n6\n5\n"), {5, 6, 5}},                   // duplicates stay in place
+      {finishedRun("PID\n10"), {10}},                            // no final line feed
+      {finishedRun("10\r\n11\n"), {11}},                       // carriage return is not trimmed
+      {finishedRun(""), {}}, {finishedRun("  PID\n"), {}},
   };
   for (const ChannelValue& sent : {ChannelValue(), ChannelValue("x"), argumentMap({{"processId", 3}})}) {
     for (const auto& [run, ids] : cases) {
@@ -245,38 +257,6 @@ TEST_F(ProcessCommandsTest, MainWindowTitleIsTheFirstNamedWindowOfTheProcess) {
     EXPECT_EQ(call("process::getMainWindowTitle", 7), reply);
     EXPECT_EQ(diagnostics.lines, printed);
   }
-}
-
-TEST(ProcessIdListTest, ParsesStrictDecimals) {
-  constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
-  constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
-  const std::pair<std::string_view, std::optional<std::int64_t>> cases[] = {
-      {"0", 0}, {"97", 97}, {"+42", 42}, {"-7", -7}, {"007", 7},
-      {"9223372036854775807", kMax}, {"-9223372036854775808", kMin},
-      {"9223372036854775808", std::nullopt}, {"-9223372036854775809", std::nullopt},
-      {"18446744073709551616", std::nullopt}, {"", std::nullopt}, {"+", std::nullopt}, {"-", std::nullopt},
-      {"+-5", std::nullopt}, {"--5", std::nullopt}, {"1 2", std::nullopt}, {"12a", std::nullopt},
-      {"0x1F", std::nullopt}, {" 12", std::nullopt}, {"PID", std::nullopt},
-      {"\xD9\xA3", std::nullopt},  // ARABIC-INDIC DIGIT THREE is not an ASCII digit
-  };
-  for (const auto& [text, value] : cases) EXPECT_EQ(parseDecimal(text), value) << text;
-}
-
-TEST(ProcessIdListTest, KeepsEveryNumberLineInOrder) {
-  const std::pair<std::string_view, std::vector<std::int64_t>> cases[] = {
-      {"    PID\n      1\n     97\n", {1, 97}},
-      {"+42\n-7\n", {42, -7}},
-      {"+\n1 2\n12a\n0x1F\n5\n", {5}},               // malformed lines dropped
-      {"3\n99999999999999999999\n4\n", {3, 4}},     // overflow dropped, neighbours kept
-      {"\t 12 \t\n", {12}},
-      {"\n\n   \n\t\n8\n\n", {8}},
-      {"5\n6\n5\n", {5, 6, 5}},                     // duplicates stay in place
-      {"PID\n10", {10}},                            // no final line feed
-      {"10\r\n11\n", {11}},                         // carriage return is not trimmed
-      {"", {}},
-      {"  PID\n", {}},
-  };
-  for (const auto& [output, ids] : cases) EXPECT_EQ(parseProcessIdList(output), ids) << output;
 }
 
 TEST(UnicodeTextTest, DecodesOnlyWellFormedUtf8) {

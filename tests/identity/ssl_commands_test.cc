@@ -45,10 +45,17 @@ class SslCommandsTest : public ::testing::Test {
   CommandDispatcher dispatcher{sslCommands(platform.services)};
 };
 
-// The date in any zone (InternetDateTimeTest holds the dates refused; one is
-// enough to show the refusal here).
+// The end that openssl reads from the certificate's file, against the date in
+// any zone (InternetDateTimeTest holds the dates refused; one is enough to
+// show the refusal here).
 TEST_F(SslCommandsTest, AvailableOnlyWhenTheEndLiesStrictlyLaterThanTheDateOrRefused) {
   EXPECT_EQ(check("2030-01-01T23:59:59Z"), ChannelReply::success(true));
+  const std::string file = "/tmp/user/0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F9.cer";
+  EXPECT_EQ(platform.temporaryDirectory.files, (std::map<std::string, std::vector<std::uint8_t>>{{file, kDer}}));
+  EXPECT_EQ(platform.tools.calls, (std::vector<testing::ToolCall>{{"/usr/bin/openssl",
+                                                                    {"x509", "-in", file, "-noout", "-enddate"},
+                                                                    ToolRunner::Streams::kOutputAndError}}));
+  EXPECT_EQ(platform.dates.asked, (std::vector<std::pair<std::string, std::string>>{{"MMM d HH:mm:ss yyyy z", kEndText}}));
   EXPECT_EQ(check("2030-01-02T00:00:00Z"), ChannelReply::success(false));
   EXPECT_EQ(check("2030-01-02T00:59:59+01:00"), ChannelReply::success(true));
   EXPECT_EQ(check("2030-01-02T01:00:00+01:00"), ChannelReply::success(false));
@@ -71,16 +78,6 @@ TEST_F(SslCommandsTest, AvailableOnlyWhenTheEndLiesStrictlyLaterThanTheDateOrRef
     EXPECT_EQ(call("ssl::isCertificateAvailable", arguments), refused);
   }
   EXPECT_EQ(platform.keychain.searches.size(), 6U);
-}
-
-TEST_F(SslCommandsTest, WritesTheDerFileAndReadsItsEndWithOpenssl) {
-  EXPECT_EQ(check("2030-01-01T23:59:59Z"), ChannelReply::success(true));
-  const std::string file = "/tmp/user/0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F9.cer";
-  EXPECT_EQ(platform.temporaryDirectory.files, (std::map<std::string, std::vector<std::uint8_t>>{{file, kDer}}));
-  EXPECT_EQ(platform.tools.calls, (std::vector<testing::ToolCall>{{"/usr/bin/openssl",
-                                                                    {"x509", "-in", file, "-noout", "-enddate"},
-                                                                    ToolRunner::Streams::kOutputAndError}}));
-  EXPECT_EQ(platform.dates.asked, (std::vector<std::pair<std::string, std::string>>{{"MMM d HH:mm:ss yyyy z", kEndText}}));
 }
 
 // Whatever goes wrong, the end of validity is the current instant (the fake
@@ -127,9 +124,9 @@ TEST_F(SslCommandsTest, AddsTheDecodedCertificateOrAnswersFalseOrRefuses) {
 }
 
 // The identity commands ignore their arguments.
-TEST_F(SslCommandsTest, MacAddressIsTheFirstInterfaceWithAUtf8Address) {
+TEST_F(SslCommandsTest, MacAddressIsTheFirstInterfaceWithAUtf8AddressAndTheUuidThePlatformsValue) {
   using Interfaces = std::optional<std::vector<NetworkInterface>>;
-  const std::tuple<Interfaces, std::string, Lines> cases[] = {
+  const std::tuple<Interfaces, std::string, Lines> addresses[] = {
       {std::vector<NetworkInterface>{{"a", {}}, {"b", {}}, {"c", "02:00:00:00:00:0c"}}, "02:00:00:00:00:0c", {}},
       {std::vector<NetworkInterface>{{"wlan0", "AA:bb:cc"}, {"eth0", "02:00:00:00:00:01"}}, "AA:bb:cc", {}},
       {std::vector<NetworkInterface>{{"a", "\xFF\xFE"}, {"b", "02:00:00:00:00:0b"}}, "02:00:00:00:00:0b", {}},
@@ -137,27 +134,23 @@ TEST_F(SslCommandsTest, MacAddressIsTheFirstInterfaceWithAUtf8Address) {
       {std::vector<NetworkInterface>{}, "", {"No MAC address found."}},
       {std::nullopt, "", {"Failed to get network interfaces."}},
   };
+  const std::pair<std::optional<std::string>, std::string> uuids[] = {
+      {std::nullopt, ""}, {"4C4C4544-0042-3510-8052-B4C04F564433", "4C4C4544-0042-3510-8052-B4C04F564433"},
+      {"4C4C4544-\xC0\x80", ""}};  // not UTF-8: empty, without a line
   for (const ChannelValue& sent : {ChannelValue(), ChannelValue("x"), argumentMap({{"a", 1}})}) {
-    for (const auto& [interfaces, address, lines] : cases) {
+    for (const auto& [interfaces, address, lines] : addresses) {
       platform.interfaces.interfaces = interfaces;
       platform.diagnostics.lines.clear();
       EXPECT_EQ(call("ssl::getMacAddress", sent), ChannelReply::success(address));
       EXPECT_EQ(platform.diagnostics.lines, lines);
     }
-  }
-}
-
-TEST_F(SslCommandsTest, PlatformUuidIsThePlatformValueOrEmptyWithoutALine) {
-  for (const auto& [uuid, answer] : std::vector<std::pair<std::optional<std::string>, std::string>>{
-           {std::nullopt, ""},
-           {"4C4C4544-0042-3510-8052-B4C04F564433", "4C4C4544-0042-3510-8052-B4C04F564433"},
-           {"4C4C4544-\xC0\x80", ""}}) {
-    platform.hardware.uuid = uuid;
-    for (const ChannelValue& sent : {ChannelValue(), ChannelValue("x"), argumentMap({{"a", 1}})}) {
+    platform.diagnostics.lines.clear();
+    for (const auto& [uuid, answer] : uuids) {
+      platform.hardware.uuid = uuid;
       EXPECT_EQ(call("ssl::getPlatformUUID", sent), ChannelReply::success(answer));
     }
+    EXPECT_TRUE(platform.diagnostics.lines.empty());
   }
-  EXPECT_TRUE(platform.diagnostics.lines.empty());
 }
 
 TEST(InternetDateTimeTest, AcceptsOnlyTheInternetForm) {
