@@ -9,12 +9,6 @@
 #include "tests/window/desktop_support.h"
 #include "window/application_window.h"
 
-namespace {
-
-void markPainted(GdkFrameClock*, gpointer painted) { *static_cast<bool*>(painted) = true; }
-
-}  // namespace
-
 int main(int argc, char** argv) {
   using namespace quillon::testing;
   if (argc != 2 || !quillon::gtkDesktopAvailable()) {
@@ -37,7 +31,7 @@ int main(int argc, char** argv) {
   if (!waitUntil([&] { return !visibleAlerts().empty(); })) return 1;
   bool painted = false;
   GdkFrameClock* clock = gdk_window_get_frame_clock(gtk_widget_get_window(GTK_WIDGET(visibleAlerts()[0])));
-  g_signal_connect(clock, "after-paint", G_CALLBACK(markPainted), &painted);
+  g_signal_connect(clock, "after-paint", G_CALLBACK(+[](GdkFrameClock*, bool* flag) { *flag = true; }), &painted);
   gtk_widget_queue_draw(GTK_WIDGET(visibleAlerts()[0]));
   if (!waitUntil([&] { return painted; })) return 1;
 

@@ -41,34 +41,29 @@ Window numberOf(GtkWindow* window) { return gdk_x11_window_get_xid(gdkOf(window)
 
 // The client window with this exact name, found by xdotool (independently of
 // the list under test); 0 when there is none.
-Window clientNamed(const std::string& name) {
+xcb_window_t clientNamed(const std::string& name) {
   g_autofree gchar* output = nullptr;
   const std::string command = "xdotool search --name '^" + name + "$'";
   if (!g_spawn_command_line_sync(command.c_str(), &output, nullptr, nullptr, nullptr) || output == nullptr) return 0;
-  return std::strtoul(output, nullptr, 10);
+  return static_cast<xcb_window_t>(std::strtoul(output, nullptr, 10));
 }
 
 // The root's child that holds `window` (its frame, or itself), and that
 // child's rectangle in points: what the window list must report for it.
-std::optional<WindowBounds> topLevelBounds(Window window, int scale) {
-  Display* display = gdk_x11_get_default_xdisplay();
-  gdk_x11_display_error_trap_push(gdk_display_get_default());
-  Window root = 0, parent = 0, *children = nullptr;
-  unsigned count = 0;
-  while (XQueryTree(display, window, &root, &parent, &children, &count) != 0) {
-    if (children != nullptr) XFree(children);
-    if (parent == root) break;
-    window = parent;
+std::optional<WindowBounds> topLevelBounds(xcb_window_t window, int scale) {
+  xcb_connection_t* connection = XGetXCBConnection(gdk_x11_get_default_xdisplay());
+  for (;;) {
+    const auto tree = answerTo(xcb_query_tree_reply, connection, xcb_query_tree(connection, window));
+    if (!tree) return std::nullopt;
+    if (tree->parent == tree->root) break;
+    window = tree->parent;
   }
-  int x = 0, y = 0;
-  unsigned width = 0, height = 0, border = 0, depth = 0;
-  const bool known = parent == root && XGetGeometry(display, window, &root, &x, &y, &width, &height, &border, &depth);
-  gdk_x11_display_error_trap_pop_ignored(gdk_display_get_default());
-  if (!known) return std::nullopt;
+  const auto frame = answerTo(xcb_get_geometry_reply, connection, xcb_get_geometry(connection, window));
+  if (!frame) return std::nullopt;
   // The list reads the origin inside the border, as XTranslateCoordinates does.
-  const double points = scale;
-  return WindowBounds{(x + static_cast<double>(border)) / points, (y + static_cast<double>(border)) / points,
-                      width / points, height / points};
+  const double points = scale, border = frame->border_width;
+  return WindowBounds{(frame->x + border) / points, (frame->y + border) / points, frame->width / points,
+                      frame->height / points};
 }
 
 bool sameBounds(const WindowBounds& a, const WindowBounds& b) {
@@ -172,22 +167,11 @@ using DesktopAlertTest = DesktopTest;
 // With a window manager that publishes its stacking list (openbox) and with
 // ones that do not (xfwm4, Weston's XWayland manager, which frame each client):
 // the client's pid (not its _NET_WM_PID) and name (_NET_WM_NAME or WM_NAME),
-// its frame's bounds in points; a minimised window left out, where the window
-// manager minimises (_NET_WM_STATE_HIDDEN).
+// its frame's bounds in points. (A minimised window left out: the host's own,
+// below.)
 TEST_F(DesktopWindowListTest, ListsAnotherProcessesWindowsFrontMostFirst) {
-  const bool minimises = supports("_NET_WM_STATE_HIDDEN");
-  std::vector<std::string> windows{"--false-pid", "Back window", "300x200+100+150",
-                                   "--legacy-name", "Front window", "320x240+500+400"};
-  if (minimises) windows.insert(windows.end(), {"--minimised", "Hidden window", "200x100+50+50"});
-  XClient client(windows);
+  XClient client({"--false-pid", "Back window", "300x200+100+150", "--legacy-name", "Front window", "320x240+500+400"});
   ASSERT_TRUE(client.started());
-  if (minimises) {
-    // ICCCM's WM_STATE on the client says the window manager has iconified it.
-    ASSERT_TRUE(waitUntil([] {
-      const auto state = property(clientNamed("Hidden window"), "WM_STATE");
-      return !state.empty() && state[0] == static_cast<std::uint32_t>(IconicState);
-    }));
-  }
   std::vector<WindowListEntry> entries;
   EXPECT_TRUE(waitUntil([&] {
     entries = windowsOf(desktop.windowList, client.pid());

@@ -29,8 +29,9 @@ std::int64_t entry(const ChannelReply& reply, const char* key) {
 
 // The host has no window on the screen: its main screen is the primary
 // monitor, in points. A client's rectangle and title come from the same
-// window list as in this process, wherever the window manager put it.
-TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesAndTitles) {
+// window list as in this process, wherever the window manager put it. The
+// host shows an alert until its timeout.
+TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesTitlesAndAnAlert) {
   GdkDisplay* display = gdk_display_get_default();
   GdkMonitor* primary = gdk_display_get_primary_monitor(display);
   GdkRectangle monitor{};
@@ -54,9 +55,7 @@ TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesAndTitles) {
   EXPECT_EQ(call("process::getMainWindowTitle", processId), ChannelReply::success("Remote desktop"));
   EXPECT_EQ(call("window::showWindow", argumentMap({{"windowHandle", std::int64_t{1}}, {"command", std::int64_t{1}}})),
             ChannelReply::success(false));
-}
 
-TEST_F(WindowEndToEndTest, ShowAlertAnswersNullAndTheHostShowsItUntilItsTimeout) {
   EXPECT_EQ(call("window::showAlert", argumentMap({{"title", "Update"}, {"message", "Done."}, {"timeout", std::int64_t{1}}})),
             ChannelReply::success());
   const auto alertShown = [&] { return !windowsOf(desktop.windowList, host_.pid(), "QUILLON Remote App").empty(); };

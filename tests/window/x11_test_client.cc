@@ -1,11 +1,11 @@
 // A plain X client for the desktop tests: opens the windows its arguments
 // describe, then serves X events until it is terminated.
 //
-//   x11_test_client [--legacy-name] [--minimised] [--false-pid] NAME WIDTHxHEIGHT+X+Y ...
+//   x11_test_client [--legacy-name] [--false-pid] NAME WIDTHxHEIGHT+X+Y ...
 //
 // Each window takes the options that precede it. --legacy-name sets WM_NAME
-// only (no _NET_WM_NAME); --minimised iconifies the window once mapped;
-// --false-pid puts pid 1 in _NET_WM_PID, which the window list must not believe.
+// only (no _NET_WM_NAME); --false-pid puts pid 1 in _NET_WM_PID, which the
+// window list must not believe.
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -19,7 +19,6 @@ int main(int argc, char** argv) {
   if (display == nullptr) return 1;
   const int screen = DefaultScreen(display);
   std::set<std::string> options;
-  std::set<Window> toMinimise;
   for (int index = 1; index < argc; ++index) {
     const std::string argument = argv[index];
     if (argument.starts_with("--")) {
@@ -30,7 +29,7 @@ int main(int argc, char** argv) {
     hints.flags = USPosition | USSize;
     if (index + 1 == argc ||
         std::sscanf(argv[++index], "%dx%d+%d+%d", &hints.width, &hints.height, &hints.x, &hints.y) != 4) {
-      std::fprintf(stderr, "usage: x11_test_client [--legacy-name] [--minimised] [--false-pid] NAME WxH+X+Y ...\n");
+      std::fprintf(stderr, "usage: x11_test_client [--legacy-name] [--false-pid] NAME WxH+X+Y ...\n");
       return 2;
     }
     const Window window =
@@ -48,17 +47,8 @@ int main(int argc, char** argv) {
       XChangeProperty(display, window, XInternAtom(display, "_NET_WM_PID", False), XA_CARDINAL, 32, PropModeReplace,
                       reinterpret_cast<const unsigned char*>(&pid), 1);
     }
-    if (options.contains("--minimised")) toMinimise.insert(window);
     options.clear();
-    XSelectInput(display, window, StructureNotifyMask);
     XMapWindow(display, window);
   }
-  XFlush(display);
-  for (XEvent event;;) {
-    XNextEvent(display, &event);
-    if (event.type == MapNotify && toMinimise.contains(event.xmap.window)) {
-      XIconifyWindow(display, event.xmap.window, screen);
-      XFlush(display);
-    }
-  }
+  for (XEvent event;;) XNextEvent(display, &event);
 }
