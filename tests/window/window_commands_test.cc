@@ -15,15 +15,12 @@
 namespace quillon::testing {
 namespace {
 
-// A map of 64-bit integers, as the commands answer.
-ChannelReply integers(std::initializer_list<std::pair<const char*, std::int64_t>> entries) {
-  ChannelMap map;
-  for (const auto& [key, value] : entries) map.set(key, value);
-  return ChannelReply::success(map);
-}
-
+// The commands' maps of 64-bit integers.
 ChannelReply rect(std::int64_t top, std::int64_t left, std::int64_t bottom, std::int64_t right) {
-  return integers({{"top", top}, {"left", left}, {"bottom", bottom}, {"right", right}});
+  return ChannelReply::success(argumentMap({{"top", top}, {"left", left}, {"bottom", bottom}, {"right", right}}));
+}
+ChannelReply size(std::int64_t width, std::int64_t height) {
+  return ChannelReply::success(argumentMap({{"width", width}, {"height", height}}));
 }
 
 WindowListEntry entry(std::optional<std::int64_t> owner, std::optional<WindowBounds> bounds) {
@@ -150,14 +147,13 @@ struct ScreenCase {
 // The main screen's size and work area, truncated; the arguments are ignored.
 TEST_F(WindowCommandsTest, ScreenMetricsAnswerTheMainScreenOrTheirFailureValues) {
   const double infinite = std::numeric_limits<double>::infinity();
+  const ChannelReply none = ChannelReply::success(ChannelMap{});
   const std::vector<ScreenCase> cases = {
-      {"panels and docks", ScreenFrames{{0, 0, 1440, 900}, {0, 80, 1440, 795}},
-       integers({{"width", 1440}, {"height", 900}}), integers({{"width", 1440}, {"height", 795}})},
-      {"fractions truncate", ScreenFrames{{0, 0, 1440.9, 900.5}, {0, 0, 1439.99, 874.5}},
-       integers({{"width", 1440}, {"height", 900}}), integers({{"width", 1439}, {"height", 874}})},
-      {"no screen", std::nullopt, integers({{"width", 0}, {"height", 0}}), ChannelReply::success(ChannelMap{})},
-      {"not finite", ScreenFrames{{0, 0, infinite, 10}, {0, 0, infinite, 10}}, integers({{"width", 0}, {"height", 0}}),
-       ChannelReply::success(ChannelMap{})},
+      {"panels and docks", ScreenFrames{{0, 0, 1440, 900}, {0, 80, 1440, 795}}, size(1440, 900), size(1440, 795)},
+      {"fractions truncate", ScreenFrames{{0, 0, 1440.9, 900.5}, {0, 0, 1439.99, 874.5}}, size(1440, 900),
+       size(1439, 874)},
+      {"no screen", std::nullopt, size(0, 0), none},
+      {"not finite", ScreenFrames{{0, 0, infinite, 10}, {0, 0, infinite, 10}}, size(0, 0), none},
   };
   for (const ScreenCase& test : cases) {
     desktop.screen = test.screen;
