@@ -11,7 +11,6 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/linux/system/glib_main_queue.h"
@@ -58,13 +57,7 @@ inline void serveMainLoop() {
 // answers whether it holds.
 inline bool waitUntil(const std::function<bool()>& condition,
                       std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    serveMainLoop();
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return true;
+  return waitUntil([&] { return serveMainLoop(), condition(); }, timeout);
 }
 
 // The windows of process `pid` the list shows (those named `name`, when given), front-most first.

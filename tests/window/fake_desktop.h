@@ -28,40 +28,35 @@ struct FakeWindowState {
 };
 
 // The handle to either kind: both interfaces' frame() is the same.
-class FakeWindow final : public HostWindow, public AlertWindow {
- public:
-  FakeWindow(FakeWindowState& state, std::vector<std::string>& log) : state_(state), log_(log) {}
-  std::int64_t number() const override { return state_.number; }
-  FrameRect frame() const override { return state_.frame; }
+struct FakeWindow final : HostWindow, AlertWindow {
+  FakeWindow(FakeWindowState& kept, std::vector<std::string>& written) : state(kept), log(written) {}
+  std::int64_t number() const override { return state.number; }
+  FrameRect frame() const override { return state.frame; }
   void hide() override { note("hide"); }
   void present() override { note("present"); }
   void minimise() override { note("minimise"); }
   void setFrame(const FrameRect& frame) override {
-    state_.frame = frame;
+    state.frame = frame;
     note("setFrame", {frame.x, frame.y, frame.width, frame.height});
   }
   void setFrameOrigin(double x, double y) override {
-    state_.frame.x = x;
-    state_.frame.y = y;
+    std::tie(state.frame.x, state.frame.y) = std::pair(x, y);
     note("setFrameOrigin", {x, y});
   }
   void centre() override { note("centre"); }
-  void setContent(const AlertContent& content) override { state_.content = content, note("setContent"); }
+  void setContent(const AlertContent& content) override { state.content = content, note("setContent"); }
   void makeKeyAndOrderFront() override { note("makeKeyAndOrderFront"); }
-  OnceCallback<void()> closeIfStillOpen() override {
-    return [log = &log_] { log->push_back("alert close"); };
-  }
+  OnceCallback<void()> closeIfStillOpen() override { return [to = &log] { to->push_back("alert close"); }; }
 
- private:
   void note(const char* action, std::initializer_list<double> values = {}) {
     std::ostringstream line;
-    line << (state_.number != 0 ? std::to_string(state_.number) : "alert") << ' ' << action;
+    line << (state.number != 0 ? std::to_string(state.number) : "alert") << ' ' << action;
     for (const double value : values) line << ' ' << value;
-    log_.push_back(line.str());
+    log.push_back(line.str());
   }
 
-  FakeWindowState& state_;
-  std::vector<std::string>& log_;
+  FakeWindowState& state;
+  std::vector<std::string>& log;
 };
 
 struct FakeDesktop final : HostWindows, Screens, TextMeasurer, AlertWindowFactory, MainQueue {

@@ -3,11 +3,7 @@
 // display the fault suite ends under the host.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <csignal>
-#include <cstdio>
 #include <string>
 
 #include "tests/support/child_process.h"
@@ -16,8 +12,6 @@ namespace quillon::testing {
 
 class OwnXServer {
  public:
-  ~OwnXServer() { std::remove(numberFile_.c_str()); }
-
   // ":N" once the server serves it; "" when it does not start.
   std::string name() {
     std::string number;
@@ -32,12 +26,10 @@ class OwnXServer {
   }
 
  private:
-  std::string numberFile_ = ::testing::TempDir() + "quillon-xvfb-" + std::to_string(::getpid());
-  ChildProcess server_{"/usr/bin/Xvfb",
-                       {"-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"},
-                       {},
-                       numberFile_,
-                       "/dev/null"};
+  ScratchDirectory scratch_;
+  std::string numberFile_ = scratch_.path() + "/display-number";
+  ChildProcess server_{"/usr/bin/Xvfb", {"-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"},
+                       {}, numberFile_, "/dev/null"};
 };
 
 }  // namespace quillon::testing

@@ -30,9 +30,7 @@ WindowListEntry entry(std::optional<std::int64_t> owner, std::optional<WindowBou
 class WindowCommandsTest : public ::testing::Test {
  protected:
   ChannelReply call(const std::string& method, ChannelValue args = {}) {
-    ReplyRecorder recorder;
-    dispatcher.handle(MethodCall{method, std::move(args)}, recorder.callback());
-    return recorder.only();
+    return answerOf([&](ReplyCallback reply) { dispatcher.handle(MethodCall{method, std::move(args)}, std::move(reply)); });
   }
 
   FakeDesktop desktop;
@@ -64,19 +62,13 @@ TEST_F(WindowCommandsTest, FailedChecksAnswerInvalidArgumentAndDoNothing) {
   EXPECT_TRUE(desktop.posted.empty());
 }
 
-struct RectCase {
-  std::string name;
-  std::optional<std::vector<WindowListEntry>> windows;
-  ChannelReply reply;
-};
-
 // Front-most first, the first window of the process with bounds; sums before
 // truncation; no list: null and one line.
 TEST_F(WindowCommandsTest, GetWindowRectAnswersTheProcesssFrontMostWindow) {
   const WindowBounds plain{10.0, 20.0, 300.0, 400.0};
   const double huge = std::numeric_limits<double>::max();
   const ChannelReply null = ChannelReply::success();
-  const std::vector<RectCase> cases = {
+  const std::tuple<const char*, std::optional<std::vector<WindowListEntry>>, ChannelReply> cases[] = {
       {"fractions truncate toward zero", {{entry(7, WindowBounds{-100.7, 20.2, 50.9, 10.9})}}, rect(20, -100, 31, -49)},
       {"sum before truncation", {{entry(7, WindowBounds{10.6, 0.0, 0.5, 0.0})}}, rect(0, 10, 0, 11)},
       {"missing width and height", {{entry(7, WindowBounds{5.5, 6.5, std::nullopt, std::nullopt})}}, rect(6, 5, 6, 5)},
@@ -92,14 +84,14 @@ TEST_F(WindowCommandsTest, GetWindowRectAnswersTheProcesssFrontMostWindow) {
       {"beyond 64 bits", {{entry(7, WindowBounds{0, 0, huge, 1})}}, null},
       {"no list", std::nullopt, null},
   };
-  for (const RectCase& test : cases) {
-    desktop.windowList.windows = test.windows;
+  for (const auto& [name, windows, reply] : cases) {
+    desktop.windowList.windows = windows;
     desktop.diagnostics.lines.clear();
-    EXPECT_EQ(call("window::getWindowRect", argumentMap({{"processId", std::int32_t{7}}})), test.reply) << test.name;
+    EXPECT_EQ(call("window::getWindowRect", argumentMap({{"processId", std::int32_t{7}}})), reply) << name;
     EXPECT_EQ(desktop.diagnostics.lines,
-              test.windows ? std::vector<std::string>{}
-                           : std::vector<std::string>{"Error: Could not retrieve window list from Core Graphics."})
-        << test.name;
+              windows ? std::vector<std::string>{}
+                      : std::vector<std::string>{"Error: Could not retrieve window list from Core Graphics."})
+        << name;
   }
 }
 
@@ -137,29 +129,21 @@ TEST_F(WindowCommandsTest, ShowWindowActsOnSixCodesOfTheHostsOwnWindowsOnly) {
   }
 }
 
-struct ScreenCase {
-  std::string name;
-  std::optional<ScreenFrames> screen;
-  ChannelReply bounds;
-  ChannelReply workingArea;
-};
-
 // The main screen's size and work area, truncated; the arguments are ignored.
 TEST_F(WindowCommandsTest, ScreenMetricsAnswerTheMainScreenOrTheirFailureValues) {
   const double infinite = std::numeric_limits<double>::infinity();
   const ChannelReply none = ChannelReply::success(ChannelMap{});
-  const std::vector<ScreenCase> cases = {
+  const std::tuple<const char*, std::optional<ScreenFrames>, ChannelReply, ChannelReply> cases[] = {
       {"panels and docks", ScreenFrames{{0, 0, 1440, 900}, {0, 80, 1440, 795}}, size(1440, 900), size(1440, 795)},
       {"fractions truncate", ScreenFrames{{0, 0, 1440.9, 900.5}, {0, 0, 1439.99, 874.5}}, size(1440, 900),
        size(1439, 874)},
       {"no screen", std::nullopt, size(0, 0), none},
       {"not finite", ScreenFrames{{0, 0, infinite, 10}, {0, 0, infinite, 10}}, size(0, 0), none},
   };
-  for (const ScreenCase& test : cases) {
-    desktop.screen = test.screen;
-    EXPECT_EQ(call("window::getScreenBounds", ChannelValue("x")), test.bounds) << test.name;
-    EXPECT_EQ(call("window::getScreenWorkingAreaDimensions", ChannelValue(ChannelList{})), test.workingArea)
-        << test.name;
+  for (const auto& [name, screen, bounds, workingArea] : cases) {
+    desktop.screen = screen;
+    EXPECT_EQ(call("window::getScreenBounds", ChannelValue("x")), bounds) << name;
+    EXPECT_EQ(call("window::getScreenWorkingAreaDimensions", ChannelValue(ChannelList{})), workingArea) << name;
   }
 }
 

@@ -21,14 +21,17 @@ class WindowEndToEndTest : public CatalogueEndToEndTest {
   LinuxDesktop desktop;  // what the host answers from, in this process
 };
 
-std::int64_t entry(const ChannelReply& reply, const char* key) {
-  if (!reply.isSuccess() || !reply.value().is<ChannelMap>()) return -1;
-  const ChannelValue* value = reply.value().get<ChannelMap>().find(std::string_view(key));
-  return value != nullptr ? value->asInteger().value_or(-1) : -1;
+// A map of integers as the codec carries them: 32-bit values where they fit,
+// as screens' do.
+ChannelReply integers(std::initializer_list<std::pair<const char*, std::int64_t>> entries) {
+  ChannelMap map;
+  for (const auto& [key, value] : entries) map.set(key, static_cast<std::int32_t>(value));
+  return ChannelReply::success(map);
 }
 
 // The host has no window on the screen: its main screen is the primary
-// monitor, in points. A client's rectangle and title come from the same
+// monitor, in points (no desktop here has panels: the work area is the whole
+// monitor). A client's rectangle and title come from the same
 // window list as in this process, wherever the window manager put it. The
 // host shows an alert until its timeout.
 TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesTitlesAndAnAlert) {
@@ -36,21 +39,18 @@ TEST_F(WindowEndToEndTest, ScreenMetricsRectanglesTitlesAndAnAlert) {
   GdkMonitor* primary = gdk_display_get_primary_monitor(display);
   GdkRectangle monitor{};
   gdk_monitor_get_geometry(primary != nullptr ? primary : gdk_display_get_monitor(display, 0), &monitor);
-  // Integers that fit 32 bits travel as 32-bit values.
-  EXPECT_EQ(call("window::getScreenBounds"),
-            ChannelReply::success(argumentMap({{"width", std::int32_t{monitor.width}},
-                                               {"height", std::int32_t{monitor.height}}})));
-  EXPECT_EQ(entry(call("window::getScreenWorkingAreaDimensions"), "width"), monitor.width);
+  const ChannelReply size = integers({{"width", monitor.width}, {"height", monitor.height}});
+  EXPECT_EQ(call("window::getScreenBounds"), size);
+  EXPECT_EQ(call("window::getScreenWorkingAreaDimensions"), size);
 
   XClient client({"Remote desktop", "300x200+100+150"});
   const auto processId = argumentMap({{"processId", std::int64_t{client.pid()}}});
-  std::optional<WindowRect> expected;
   ChannelReply rect = ChannelReply::success();
   EXPECT_TRUE(waitUntil([&] {
-    expected = ApplicationWindow::getWindowRect(desktop.services, client.pid());
+    const auto expected = ApplicationWindow::getWindowRect(desktop.services, client.pid());
     rect = call("window::getWindowRect", processId);
-    return expected && entry(rect, "left") == expected->left && entry(rect, "top") == expected->top &&
-           entry(rect, "right") == expected->right && entry(rect, "bottom") == expected->bottom;
+    return expected && rect == integers({{"top", expected->top}, {"left", expected->left},
+                                         {"bottom", expected->bottom}, {"right", expected->right}});
   })) << describe(rect.isSuccess() ? rect.value() : ChannelValue());
   EXPECT_EQ(call("process::getMainWindowTitle", processId), ChannelReply::success("Remote desktop"));
   EXPECT_EQ(call("window::showWindow", argumentMap({{"windowHandle", std::int64_t{1}}, {"command", std::int64_t{1}}})),
@@ -74,8 +74,7 @@ TEST_F(HeadlessWindowEndToEndTest, EveryCommandAnswersItsFailureValue) {
   EXPECT_EQ(call("window::getWindowRect", argumentMap({{"processId", std::int64_t{1}}})), ChannelReply::success());
   EXPECT_EQ(call("window::showWindow", argumentMap({{"windowHandle", std::int64_t{1}}, {"command", std::int64_t{1}}})),
             ChannelReply::success(false));
-  EXPECT_EQ(call("window::getScreenBounds"),
-            ChannelReply::success(argumentMap({{"width", std::int32_t{0}}, {"height", std::int32_t{0}}})));
+  EXPECT_EQ(call("window::getScreenBounds"), integers({{"width", 0}, {"height", 0}}));
   EXPECT_EQ(call("window::getScreenWorkingAreaDimensions"), ChannelReply::success(ChannelMap{}));
   EXPECT_EQ(call("window::showAlert", argumentMap({{"title", "T"}, {"message", "M"}, {"timeout", std::int64_t{1}}})),
             ChannelReply::success());
