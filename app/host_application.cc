@@ -7,12 +7,12 @@
 #include "app/launch_handover.h"
 #include "app/link_view_engine.h"
 #include "app/main_window_description.h"
-#include "platform/linux/shell/display_loss.h"
 #include "platform/linux/desktop/gtk_desktop.h"
+#include "platform/linux/shell/display_loss.h"
 #include "platform/linux/shell/gtk_main_window.h"
 #include "platform/linux/shell/gtk_program_class.h"
-#include "process/process_manager.h"
 #include "platform/linux/shell/termination_signals.h"
+#include "process/process_manager.h"
 
 namespace quillon {
 

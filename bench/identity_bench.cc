@@ -17,9 +17,9 @@
 #include "platform/linux/identity/linux_hardware_identity.h"
 #include "platform/linux/identity/linux_temporary_directory.h"
 #include "platform/linux/identity/nss_keychain.h"
+#include "platform/linux/identity/sysfs_network_interfaces.h"
 #include "platform/linux/process/posix_tool_runner.h"
 #include "platform/linux/system/stdout_diagnostics.h"
-#include "platform/linux/identity/sysfs_network_interfaces.h"
 #include "platform/linux/system/system_clock.h"
 
 namespace quillon {

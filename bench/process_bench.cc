@@ -12,11 +12,11 @@
 #include <array>
 #include <cerrno>
 
+#include "platform/linux/desktop/x11_window_list.h"
 #include "platform/linux/process/posix_tool_runner.h"
 #include "platform/linux/process/proc_running_applications.h"
 #include "platform/linux/process/process_query_script_runner.h"
 #include "platform/linux/system/stdout_diagnostics.h"
-#include "platform/linux/desktop/x11_window_list.h"
 #include "process/process_id_list.h"
 #include "process/process_manager.h"
 

@@ -14,8 +14,8 @@
 #include "platform/linux/identity/linux_hardware_identity.h"
 #include "platform/linux/identity/linux_temporary_directory.h"
 #include "platform/linux/identity/nss_keychain.h"
-#include "platform/linux/system/small_file.h"
 #include "platform/linux/identity/sysfs_network_interfaces.h"
+#include "platform/linux/system/small_file.h"
 #include "tests/identity/test_certificates.h"
 
 namespace quillon {

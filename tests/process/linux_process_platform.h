@@ -2,10 +2,10 @@
 // it, for the tests that run against the machine's (or a namespace's) processes.
 #pragma once
 
+#include "platform/linux/desktop/x11_window_list.h"
 #include "platform/linux/process/posix_tool_runner.h"
 #include "platform/linux/process/proc_running_applications.h"
 #include "platform/linux/process/process_query_script_runner.h"
-#include "platform/linux/desktop/x11_window_list.h"
 #include "process/process_manager.h"
 #include "tests/support/capturing_diagnostics.h"
 

@@ -13,13 +13,13 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/system/glib_main_queue.h"
 #include "platform/linux/desktop/gtk_alert_window.h"
 #include "platform/linux/desktop/gtk_desktop.h"
 #include "platform/linux/desktop/gtk_host_windows.h"
 #include "platform/linux/desktop/gtk_screens.h"
 #include "platform/linux/desktop/pango_text_measurer.h"
 #include "platform/linux/desktop/x11_window_list.h"
+#include "platform/linux/system/glib_main_queue.h"
 #include "tests/support/capturing_diagnostics.h"
 #include "tests/support/child_process.h"
 #include "window/window_services.h"
