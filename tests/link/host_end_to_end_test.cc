@@ -50,6 +50,19 @@ TEST(HostEndToEndTest, BrokenFramingClosesOnlyThatClientWithItsReason) {
   }
 }
 
+// No interface could read a path that is not UTF-8, and a repaired one would
+// name another file: the paths answer empty, with the lines that say why.
+TEST(HostEndToEndTest, ABundlePathThatIsNotUtf8AnswersEmptyWithTheLines) {
+  auto host = startedHost({.bundleName = "bundle-caf\xE9"});
+  auto client = connectTo(*host);
+  ASSERT_TRUE(client);
+  for (const char* method : {"assembly::getExecutingAssemblyPath", "assembly::getTXBinaryExecutablePath"}) {
+    EXPECT_EQ(callHost(*client, kNativeCommandChannel, method), ChannelReply::success("")) << method;
+  }
+  EXPECT_EQ(host->stop(), 0);
+  EXPECT_EQ(host->output(), "Error: Unable to find the executable URL\nError: Unable to find the resource path\n");
+}
+
 // A live host that does not take the launch (one without the instance
 // channel) keeps the second from starting. (The hosts that take it are on the
 // desktop: shell_desktop_test.cc.)

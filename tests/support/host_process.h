@@ -33,6 +33,8 @@ class HostProcess {
     // A program and its arguments that start the host, whose path is added
     // last (for instance a private mount namespace); none: the host itself.
     std::vector<std::string> launcher = {};
+    // The bundle directory's name, any bytes.
+    std::string bundleName = "bundle";
   };
 
   explicit HostProcess(Layout layout);
@@ -64,7 +66,7 @@ class HostProcess {
   std::string errorOutput(const std::string& name = "host") const;
 
  private:
-  std::string bundlePath() const { return directory() + "/bundle"; }
+  std::string bundlePath() const { return directory() + "/" + layout_.bundleName; }
 
   Layout layout_;
   ScratchDirectory scratch_;
