@@ -217,7 +217,7 @@ class QueuedJobs final : public MainQueue {
     while (!jobs.empty()) {
       Job job = std::move(jobs.front());
       jobs.pop_front();
-      job();
+      std::move(job)();
     }
   }
 

@@ -51,8 +51,8 @@ class ToolRunner {
   }
 
  protected:
-  virtual Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
-                          const EnvironmentChanges& environment) = 0;
+  virtual Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments,
+                                    Streams streams, const EnvironmentChanges& environment) = 0;
 };
 
 }  // namespace quillon
