@@ -21,11 +21,12 @@ int HostApplication::run() {
   // once the main loop runs, like any other.
   const TerminationSignals signals([this] { application_.terminate(); });
   auto engine = std::make_unique<LinkViewEngine>();
-  if (const auto failure = engine->engine().start()) {
+  if (const auto started = engine->engine().start(); !started) {
+    const std::string& reason = started.error().reason;
     if (engine->engine().anotherHostServes()) {
-      return handOverLaunch(engine->engine().socketPath(), launchStartupId(), *failure);
+      return handOverLaunch(engine->engine().socketPath(), launchStartupId(), reason);
     }
-    std::fprintf(stderr, "quillon-host: %s\n", failure->c_str());
+    std::fprintf(stderr, "quillon-host: %s\n", reason.c_str());
     return 1;
   }
   Engine& link = engine->engine();

@@ -30,8 +30,8 @@ class BackgroundHost {
     auto started = ready.get_future();
     thread_ = std::thread([this, socketPath, &ready] {
       Engine engine(socketPath);
-      if (const auto failure = engine.start()) {
-        std::fprintf(stderr, "link_bench: %s\n", failure->c_str());
+      if (const auto served = engine.start(); !served) {
+        std::fprintf(stderr, "link_bench: %s\n", served.error().reason.c_str());
         std::abort();
       }
       HostServices services;

@@ -87,19 +87,18 @@ StandardCodecReader::StandardCodecReader(std::span<const std::uint8_t> bytes)
     : begin_(bytes.data()), position_(bytes.data()), end_(bytes.data() + bytes.size()), reserveBudget_(bytes.size()) {}
 
 bool StandardCodecReader::failAt(std::string_view message, std::size_t offset) {
-  if (!failed_) error_ = std::string(message) + " at byte " + std::to_string(offset);
-  failed_ = true;
+  if (!failed()) error_ = std::string(message) + " at byte " + std::to_string(offset);
   return false;
 }
 
 bool StandardCodecReader::need(std::size_t count) {
-  if (failed_) return false;
+  if (failed()) return false;
   if (remaining() < count) return fail("truncated value");
   return true;
 }
 
 bool StandardCodecReader::finish() {
-  if (failed_) return false;
+  if (failed()) return false;
   if (!atEnd()) return fail(std::to_string(remaining()) + " trailing bytes after the message");
   return true;
 }

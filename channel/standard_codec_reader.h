@@ -47,6 +47,7 @@ class StandardCodecReader {
   template <typename Place>
   bool readValue(Place place, std::size_t depth);
   std::size_t remaining() const { return static_cast<std::size_t>(end_ - position_); }
+  bool failed() const { return !error_.empty(); }
   bool need(std::size_t count);
   template <typename T>
   bool readNumber(T& out);
@@ -84,9 +85,9 @@ class StandardCodecReader {
   const std::uint8_t* begin_;
   const std::uint8_t* position_;
   const std::uint8_t* end_;
+  // The first refusal, never empty once made.
   std::string error_;
   std::size_t reserveBudget_;
-  bool failed_ = false;
 };
 
 }  // namespace quillon::codec

@@ -7,7 +7,6 @@ namespace quillon {
 
 struct WindowServices;
 
-// `services` must outlive the commands.
 // The commands keep a reference to the services, which must outlive them.
 CommandList windowCommands(const WindowServices& services);
 CommandList windowCommands(const WindowServices&& services) = delete;

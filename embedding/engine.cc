@@ -23,17 +23,19 @@ std::string defaultSocketDirectory() {
 
 // The host's own directory may already exist, for instance in /tmp where anyone
 // could have made it first: it must be ours and closed to everyone else.
-std::optional<std::string> claimPrivateDirectory(const std::string& directory) {
+Expected<void> claimPrivateDirectory(const std::string& directory) {
   if (::mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) {
-    return "cannot create " + directory + ": " + std::strerror(errno);
+    return Failure{"cannot create " + directory + ": " + std::strerror(errno)};
   }
   struct stat status {};
-  if (::lstat(directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return directory + " is not a directory";
-  if (status.st_uid != ::getuid()) return directory + " belongs to another user";
-  if ((status.st_mode & 07777) != 0700 && ::chmod(directory.c_str(), 0700) != 0) {
-    return "cannot restrict " + directory + ": " + std::strerror(errno);
+  if (::lstat(directory.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+    return Failure{directory + " is not a directory"};
   }
-  return std::nullopt;
+  if (status.st_uid != ::getuid()) return Failure{directory + " belongs to another user"};
+  if ((status.st_mode & 07777) != 0700 && ::chmod(directory.c_str(), 0700) != 0) {
+    return Failure{"cannot restrict " + directory + ": " + std::strerror(errno)};
+  }
+  return {};
 }
 
 }  // namespace
@@ -56,10 +58,10 @@ Engine::Engine(std::string socketPath) : link_(std::make_unique<Link>(std::move(
 
 Engine::~Engine() { shutdown(); }
 
-std::optional<std::string> Engine::start() {
+Expected<void> Engine::start() {
   const std::string directory = std::filesystem::path(socketPath()).parent_path().string();
   if (directory == defaultSocketDirectory()) {
-    if (auto failure = claimPrivateDirectory(directory)) return failure;
+    if (auto claimed = claimPrivateDirectory(directory); !claimed) return claimed;
   }
   return link_->listener.listen([this](UniqueFd socket) { link_->messenger.adopt(std::move(socket)); });
 }

@@ -10,9 +10,9 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 
+#include "base/expected.h"
 #include "embedding/binary_messenger.h"
 
 namespace quillon {
@@ -29,9 +29,9 @@ class Engine {
   Engine& operator=(const Engine&) = delete;
   ~Engine();
 
-  // Starts serving the link. Answers a reason on failure, for instance when
-  // another host already serves the path.
-  std::optional<std::string> start();
+  // Starts serving the link. Fails with the reason, for instance when another
+  // host already serves the path.
+  Expected<void> start();
   void shutdown();
   // Whether start() failed because a live host answers on the socket path.
   bool anotherHostServes() const;

@@ -18,7 +18,7 @@ namespace {
 
 constexpr guint kRetrySeconds = 1;
 
-std::string systemError(const std::string& what) { return what + ": " + std::strerror(errno); }
+Failure systemError(const std::string& what) { return Failure{what + ": " + std::strerror(errno)}; }
 
 UniqueFd acceptOne(int listening) {
   return UniqueFd(::accept4(listening, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
@@ -53,18 +53,18 @@ bool someoneListens(const sockaddr_un& address) {
   return result == 0 || errno == EAGAIN || errno == EINPROGRESS;
 }
 
-std::optional<std::string> createDirectories(const std::filesystem::path& directory) {
-  if (directory.empty()) return std::nullopt;
+Expected<void> createDirectories(const std::filesystem::path& directory) {
+  if (directory.empty()) return {};
   struct stat status {};
   if (::stat(directory.c_str(), &status) == 0) {
-    if (S_ISDIR(status.st_mode)) return std::nullopt;
-    return directory.string() + " is not a directory";
+    if (S_ISDIR(status.st_mode)) return {};
+    return Failure{directory.string() + " is not a directory"};
   }
-  if (auto failure = createDirectories(directory.parent_path())) return failure;
+  if (auto created = createDirectories(directory.parent_path()); !created) return created;
   if (::mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) return systemError("cannot create " + directory.string());
   // mkdir() honours the umask, which may only take bits away; say it exactly.
   if (::chmod(directory.c_str(), 0700) != 0) return systemError("cannot restrict " + directory.string());
-  return std::nullopt;
+  return {};
 }
 
 }  // namespace
@@ -73,28 +73,28 @@ LinkListener::LinkListener(std::string path, uid_t allowedUser) : path_(std::mov
 
 LinkListener::~LinkListener() { close(); }
 
-std::string LinkListener::servedElsewhere() {
+Failure LinkListener::servedElsewhere() {
   anotherHostServes_ = true;
-  return "another host already serves " + path_;
+  return Failure{"another host already serves " + path_};
 }
 
-std::optional<std::string> LinkListener::clearPath() {
+Expected<void> LinkListener::clearPath() {
   struct stat status {};
   if (::lstat(path_.c_str(), &status) != 0) {
-    if (errno == ENOENT) return std::nullopt;
+    if (errno == ENOENT) return {};
     return systemError("cannot inspect " + path_);
   }
-  if (!S_ISSOCK(status.st_mode)) return path_ + " exists and is not a socket";
+  if (!S_ISSOCK(status.st_mode)) return Failure{path_ + " exists and is not a socket"};
   if (someoneListens(*socketAddress(path_))) return servedElsewhere();
   if (::unlink(path_.c_str()) != 0 && errno != ENOENT) return systemError("cannot remove the stale socket " + path_);
-  return std::nullopt;
+  return {};
 }
 
-std::optional<std::string> LinkListener::listen(AcceptHandler onAccepted) {
+Expected<void> LinkListener::listen(AcceptHandler onAccepted) {
   const auto address = socketAddress(path_);
-  if (!address) return "the socket path '" + path_ + "' is empty or too long for a Unix socket";
-  if (auto failure = createDirectories(std::filesystem::path(path_).parent_path())) return failure;
-  if (auto failure = clearPath()) return failure;
+  if (!address) return Failure{"the socket path '" + path_ + "' is empty or too long for a Unix socket"};
+  if (auto created = createDirectories(std::filesystem::path(path_).parent_path()); !created) return created;
+  if (auto cleared = clearPath(); !cleared) return cleared;
 
   UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (!socket.valid()) return systemError("cannot create a socket");
@@ -120,7 +120,7 @@ std::optional<std::string> LinkListener::listen(AcceptHandler onAccepted) {
   spare_ = takeSpare();
   onAccepted_ = std::move(onAccepted);
   watchSocket();
-  return std::nullopt;
+  return {};
 }
 
 void LinkListener::watchSocket() { source_ = g_unix_fd_add(socket_.get(), G_IO_IN, onAcceptable, this); }

@@ -21,9 +21,9 @@
 #include <sys/types.h>
 
 #include <functional>
-#include <optional>
 #include <string>
 
+#include "base/expected.h"
 #include "base/unique_fd.h"
 
 namespace quillon {
@@ -37,8 +37,8 @@ class LinkListener {
   LinkListener& operator=(const LinkListener&) = delete;
   ~LinkListener();
 
-  // The reason when the socket cannot be served.
-  std::optional<std::string> listen(AcceptHandler onAccepted);
+  // Fails, with the reason, when the socket cannot be served.
+  Expected<void> listen(AcceptHandler onAccepted);
   void close();
 
   // Whether listen() failed because a live host answers on the path.
@@ -51,8 +51,8 @@ class LinkListener {
 
   static gboolean onAcceptable(gint fd, GIOCondition condition, gpointer self);
   static gboolean onRetry(gpointer self);
-  std::optional<std::string> clearPath();
-  std::string servedElsewhere();
+  Expected<void> clearPath();
+  Failure servedElsewhere();
   void acceptPending();
   void accepted(UniqueFd client);
   Shed shedOneWaiting();

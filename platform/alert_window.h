@@ -7,7 +7,6 @@
 #include <string>
 
 #include "base/once_callback.h"
-
 #include "platform/frame_rect.h"
 #include "platform/text_measurer.h"
 

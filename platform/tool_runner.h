@@ -46,7 +46,7 @@ class ToolRunner {
   // reaps the child before returning: no child and no descriptor outlives the
   // call. Fails, with the system's reason, when the tool cannot be started.
   Expected<ToolRun> run(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
-              const EnvironmentChanges& environment = {}) {
+                        const EnvironmentChanges& environment = {}) {
     return runTool(executable, arguments, streams, environment);
   }
 

@@ -16,8 +16,8 @@ namespace quillon {
 
 class PosixToolRunner final : public ToolRunner {
  protected:
-  Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
-                  const EnvironmentChanges& environment) override;
+  Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments,
+                            Streams streams, const EnvironmentChanges& environment) override;
 };
 
 }  // namespace quillon
