@@ -32,10 +32,9 @@ constexpr const char* kLabel = "Quillon Bench";
 class StoredCertificate {
  public:
   StoredCertificate() {
-    gchar* made = g_dir_make_tmp("quillon-identity-bench-XXXXXX", nullptr);
+    g_autofree gchar* made = g_dir_make_tmp("quillon-identity-bench-XXXXXX", nullptr);
     if (!made) throw std::runtime_error("no scratch directory");
     directory_ = made;
-    g_free(made);
     const std::string command = "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 30 "
                                 "-subj '/CN=" + std::string(kLabel) + "' -keyout '" + directory_ + "/key.pem' "
                                 "-outform DER -out '" + directory_ + "/cert.der' >/dev/null 2>&1";

@@ -16,6 +16,7 @@
 
 #include "app/host_services.h"
 #include "app/native_command_channel.h"
+#include "base/c_owner.h"
 #include "channel/channel_names.h"
 #include "embedding/engine.h"
 #include "tools/link_client.h"
@@ -37,18 +38,17 @@ class BackgroundHost {
       HostServices services;
       const NativeCommandChannel commands(engine.binaryMessenger(), services.commandServices({}));
       ready.set_value();
-      g_main_loop_run(loop_);
+      g_main_loop_run(loop_.get());
     });
     started.wait();
   }
   ~BackgroundHost() {
-    g_main_loop_quit(loop_);
+    g_main_loop_quit(loop_.get());
     thread_.join();
-    g_main_loop_unref(loop_);
   }
 
  private:
-  GMainLoop* loop_;
+  COwner<GMainLoop, g_main_loop_unref> loop_;
   std::thread thread_;
 };
 

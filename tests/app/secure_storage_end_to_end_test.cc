@@ -93,10 +93,9 @@ TEST_F(SecureStorageEndToEndTest, ItemsCarryTheApplicationsSchemaAndLabelAndOthe
 // none of the interface's values, and the channel could not carry them.
 TEST_F(SecureStorageEndToEndTest, AValueThatIsNotUtf8CountsAsNotStored) {
   g_autoptr(GError) error = nullptr;
-  SecretValue* bytes = secret_value_new("\xFF\xFE", 2, "application/octet-stream");
+  g_autoptr(SecretValue) bytes = secret_value_new("\xFF\xFE", 2, "application/octet-stream");
   ASSERT_TRUE(secret_password_store_binary_sync(&kApplicationSchema, SECRET_COLLECTION_DEFAULT, "not text", bytes,
                                                 nullptr, &error, "key", "x", nullptr));
-  secret_value_unref(bytes);
   EXPECT_EQ(write("a", "1"), ChannelReply::success());
   EXPECT_EQ(keyed("read", "x"), ChannelReply::success());
   EXPECT_EQ(keyed("containsKey", "x"), ChannelReply::success(false));

@@ -26,67 +26,68 @@ void connect(GtkWidget* widget, const char* signal, Handler handler, void* self,
 
 GtkMainWindow::GtkMainWindow(const std::string& title, const WindowFrame& frame, TerminationRequests requests)
     : window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), frame_(frame), requests_(std::move(requests)) {
-  g_object_ref_sink(window_);
-  gtk_window_set_title(asWindow(window_), title.c_str());
+  g_object_ref_sink(window_.get());
+  gtk_window_set_title(asWindow(window_.get()), title.c_str());
   // The interface's view fills the window; until it draws, the window is empty.
-  gtk_container_add(reinterpret_cast<GtkContainer*>(window_), gtk_drawing_area_new());
+  gtk_container_add(reinterpret_cast<GtkContainer*>(window_.get()), gtk_drawing_area_new());
   setFrame(frame);
-  connect(window_, "delete-event", &GtkMainWindow::onDeleteEvent, this);
-  connect(window_, "key-press-event", &GtkMainWindow::onKeyPress, this);
-  connect(window_, "configure-event", &GtkMainWindow::onConfigureEvent, this);
-  connect(window_, "map-event", &GtkMainWindow::onMapEvent, this);
+  connect(window_.get(), "delete-event", &GtkMainWindow::onDeleteEvent, this);
+  connect(window_.get(), "key-press-event", &GtkMainWindow::onKeyPress, this);
+  connect(window_.get(), "configure-event", &GtkMainWindow::onConfigureEvent, this);
+  connect(window_.get(), "map-event", &GtkMainWindow::onMapEvent, this);
   // After GTK's own unmap, which forgets the position it was asked for.
-  connect(window_, "unmap", &GtkMainWindow::onUnmap, this, G_CONNECT_AFTER);
+  connect(window_.get(), "unmap", &GtkMainWindow::onUnmap, this, G_CONNECT_AFTER);
   // Its number from the start: the interface may show it by that number.
-  gtk_widget_realize(window_);
+  gtk_widget_realize(window_.get());
 }
 
 GtkMainWindow::~GtkMainWindow() {
-  g_signal_handlers_disconnect_matched(window_, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
-  gtk_widget_destroy(window_);
-  g_object_unref(window_);
+  g_signal_handlers_disconnect_matched(window_.get(), G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
+  gtk_widget_destroy(window_.get());
 }
 
+void GtkMainWindow::releaseWidget(GtkWidget* widget) { g_object_unref(widget); }
+
 std::int64_t GtkMainWindow::number() const {
-  return static_cast<std::int64_t>(gdk_x11_window_get_xid(gtk_widget_get_window(window_)));
+  return static_cast<std::int64_t>(gdk_x11_window_get_xid(gtk_widget_get_window(window_.get())));
 }
 
 WindowFrame GtkMainWindow::frame() const {
-  GdkWindow* surface = gtk_widget_get_window(window_);
-  if (surface == nullptr || !gtk_widget_get_mapped(window_) || placing_) return frame_;
+  GdkWindow* surface = gtk_widget_get_window(window_.get());
+  if (surface == nullptr || !gtk_widget_get_mapped(window_.get()) || placing_) return frame_;
   gint x = 0, y = 0, width = 0, height = 0;
   gdk_window_get_origin(surface, &x, &y);
-  gtk_window_get_size(asWindow(window_), &width, &height);
+  gtk_window_get_size(asWindow(window_.get()), &width, &height);
   return WindowFrame{x, y, width, height};
 }
 
 void GtkMainWindow::setFrame(const WindowFrame& frame) {
   frame_ = frame;
-  gtk_window_move(asWindow(window_), toGint(frame.x), toGint(frame.y));
-  gtk_window_resize(asWindow(window_), toGint(frame.width), toGint(frame.height));
+  gtk_window_move(asWindow(window_.get()), toGint(frame.x), toGint(frame.y));
+  gtk_window_resize(asWindow(window_.get()), toGint(frame.width), toGint(frame.height));
 }
 
 // Undecorated: the window manager draws neither a title bar nor its close,
 // minimise and maximise buttons; the window keeps its size and position.
-void GtkMainWindow::useCustomFrame() { gtk_window_set_decorated(asWindow(window_), FALSE); }
+void GtkMainWindow::useCustomFrame() { gtk_window_set_decorated(asWindow(window_.get()), FALSE); }
 
 void GtkMainWindow::show() {
-  gtk_widget_show_all(window_);
-  gtk_window_present(asWindow(window_));
+  gtk_widget_show_all(window_.get());
+  gtk_window_present(asWindow(window_.get()));
 }
 
-void GtkMainWindow::hide() { gtk_widget_hide(window_); }
+void GtkMainWindow::hide() { gtk_widget_hide(window_.get()); }
 
-bool GtkMainWindow::isVisible() const { return gtk_widget_get_visible(window_); }
+bool GtkMainWindow::isVisible() const { return gtk_widget_get_visible(window_.get()); }
 
 void GtkMainWindow::bringForward(const std::string& startupId) {
   // GTK puts the launch's id on the window, which tells the desktop that the
   // launch is complete and ends its busy cursor.
-  if (!startupId.empty()) gtk_window_set_startup_id(asWindow(window_), startupId.c_str());
+  if (!startupId.empty()) gtk_window_set_startup_id(asWindow(window_.get()), startupId.c_str());
   // With the X server's current time, so that focus-stealing prevention lets
   // the activation through, as for the show commands.
-  GdkWindow* surface = gtk_widget_get_window(window_);
-  gtk_window_present_with_time(asWindow(window_),
+  GdkWindow* surface = gtk_widget_get_window(window_.get());
+  gtk_window_present_with_time(asWindow(window_.get()),
                                surface != nullptr ? gdk_x11_get_server_time(surface) : GDK_CURRENT_TIME);
 }
 

@@ -21,6 +21,7 @@
 #include <memory>
 #include <string>
 
+#include "base/c_owner.h"
 #include "platform/native_window.h"
 
 typedef struct _GtkWidget GtkWidget;
@@ -55,8 +56,9 @@ class GtkMainWindow final : public NativeWindow {
   static int onConfigureEvent(GtkWidget* widget, void* event, void* self);
   static void onUnmap(GtkWidget* widget, void* self);
   static int onMapEvent(GtkWidget* widget, void* event, void* self);
+  static void releaseWidget(GtkWidget* widget);
 
-  GtkWidget* window_;
+  COwner<GtkWidget, releaseWidget> window_;
   // Where the window stands, or stood when it was last hidden: its own area.
   WindowFrame frame_;
   // Between a hide and the end of the next map, configure events tell where the
