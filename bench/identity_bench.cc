@@ -75,7 +75,7 @@ BENCHMARK(BM_KeychainLookup)->Unit(benchmark::kMillisecond)->UseRealTime();
 void BM_EndDateParse(benchmark::State& state) {
   IcuDateParser dates;
   for (auto _ : state) {
-    auto parsed = dates.parse(SSLFunctions::kEndDatePattern, "Jan  2 00:00:00 2030 GMT");
+    auto parsed = dates.parse(SSLFunctions::kEndDatePattern, SSLFunctions::kEndDateLocale, "Jan  2 00:00:00 2030 GMT");
     benchmark::DoNotOptimize(parsed);
   }
 }

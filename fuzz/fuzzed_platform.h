@@ -278,7 +278,7 @@ class FuzzedUuids final : public UuidGenerator {
 class FuzzedDates final : public DateParser, public Clock {
  public:
   explicit FuzzedDates(const FuzzInput& input) : input_(input) {}
-  std::optional<Instant> parse(std::string_view, std::string_view) const override {
+  std::optional<Instant> parse(std::string_view, std::string_view, std::string_view) const override {
     return input_.chance() ? std::optional(now()) : std::nullopt;
   }
   Instant now() const override {

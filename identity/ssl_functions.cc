@@ -35,7 +35,7 @@ Instant SSLFunctions::getCertificateExpirationDate(const IdentityServices& servi
   }
   const auto dateText = endDateText(run->output);
   if (!dateText) return services.clock.now();
-  const auto endOfValidity = services.dates.parse(kEndDatePattern, *dateText);
+  const auto endOfValidity = services.dates.parse(kEndDatePattern, kEndDateLocale, *dateText);
   return endOfValidity ? *endOfValidity : services.clock.now();
 }
 

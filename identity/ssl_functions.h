@@ -19,6 +19,8 @@ class SSLFunctions {
 
   static constexpr const char* kOpensslPath = "/usr/bin/openssl";
   static constexpr const char* kEndDatePattern = "MMM d HH:mm:ss yyyy z";
+  // openssl writes its dates in English whatever the user's language.
+  static constexpr const char* kEndDateLocale = "en_US_POSIX";
 
   // True when the keychain holds a certificate labelled `subject` (exact text)
   // whose end of validity lies strictly after `expirationDate`.

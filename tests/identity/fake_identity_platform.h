@@ -2,6 +2,7 @@
 // asked and answers what the test set.
 #pragma once
 
+#include <array>
 #include <map>
 #include <optional>
 #include <string>
@@ -50,15 +51,15 @@ struct FakeUuids final : UuidGenerator {
   std::string newUuid() override { return "0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F9"; }
 };
 
-// Knows the dates the test names; records each pattern and text it was asked.
+// Knows the dates the test names; records each pattern, locale and text it was asked.
 struct FakeDateParser final : DateParser {
-  std::optional<Instant> parse(std::string_view pattern, std::string_view text) const override {
-    asked.emplace_back(pattern, text);
+  std::optional<Instant> parse(std::string_view pattern, std::string_view locale, std::string_view text) const override {
+    asked.push_back({std::string(pattern), std::string(locale), std::string(text)});
     const auto known = dates.find(std::string(text));
     return known == dates.end() ? std::nullopt : std::optional<Instant>(known->second);
   }
   std::map<std::string, Instant> dates;
-  mutable std::vector<std::pair<std::string, std::string>> asked;
+  mutable std::vector<std::array<std::string, 3>> asked;  // pattern, locale, text
 };
 
 struct FakeClock final : Clock {

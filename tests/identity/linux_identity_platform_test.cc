@@ -101,8 +101,10 @@ TEST(LinuxTemporaryDirectoryTest, WritesInTmpdirElseTmp) {
   EXPECT_EQ(temporary.path(), "/tmp");
 }
 
-// The parser works in the process's locale and zone; the cases are written for
-// English month names, and the zone must not matter when the text names one.
+constexpr const char* kEndDatePattern = "MMM d HH:mm:ss yyyy z";
+
+// The cases are in openssl's English; neither ICU's default locale nor its
+// default zone may matter, as the text names its zone.
 TEST(IcuDateParserTest, ReadsOpensslDates) {
   UErrorCode status = U_ZERO_ERROR;
   icu::Locale::setDefault(icu::Locale("en_US"), status);
@@ -121,7 +123,26 @@ TEST(IcuDateParserTest, ReadsOpensslDates) {
   };
   for (const auto& [text, epochSeconds] : cases) {
     const auto expected = epochSeconds ? std::optional<Instant>(Instant(std::chrono::seconds(*epochSeconds))) : std::nullopt;
-    EXPECT_EQ(IcuDateParser().parse("MMM d HH:mm:ss yyyy z", text), expected) << text;
+    EXPECT_EQ(IcuDateParser().parse(kEndDatePattern, "en_US_POSIX", text), expected) << text;
+  }
+}
+
+// Each month of openssl's English reads the same whatever ICU's default locale,
+// which comes from the user's language: other month names, other digits
+// (ar_EG), other calendars (th_TH's Buddhist era, fa_IR's Persian one).
+TEST(IcuDateParserTest, ReadsOpensslDatesInEveryLanguage) {
+  using namespace std::chrono;
+  constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                     "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  for (const char* language : {"en_US_POSIX", "en_US", "de_DE", "fr_FR", "ja_JP", "ar_EG", "th_TH", "fa_IR"}) {
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale::setDefault(icu::Locale(language), status);
+    ASSERT_TRUE(U_SUCCESS(status)) << language;
+    for (unsigned month = 1; month <= 12; ++month) {
+      const std::string text = std::string(kMonths[month - 1]) + "  5 12:00:00 2031 GMT";
+      const Instant end = sys_days(year(2031) / std::chrono::month(month) / 5) + hours(12);
+      EXPECT_EQ(IcuDateParser().parse(kEndDatePattern, "en_US_POSIX", text), end) << language << ": " << text;
+    }
   }
 }
 

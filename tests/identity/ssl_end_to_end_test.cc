@@ -4,6 +4,7 @@
 // sources that linux_identity_platform_test checks on this machine.)
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <filesystem>
 #include <regex>
 
@@ -16,11 +17,21 @@ namespace {
 namespace fs = std::filesystem;
 using testing::argumentMap;
 
+ChannelReply add(LinkClient& client, const std::string& text) {
+  return testing::callHost(client, kNativeCommandChannel, "ssl::addCertificate",
+                           argumentMap({{"certificate", text}}));
+}
+
+ChannelReply check(LinkClient& client, const std::string& subject, const std::string& date) {
+  return testing::callHost(client, kNativeCommandChannel, "ssl::isCertificateAvailable",
+                           argumentMap({{"subject", subject}, {"expirationDate", date}}));
+}
+
 class SslEndToEndTest : public testing::CatalogueEndToEndTest {
  protected:
-  ChannelReply add(const std::string& text) { return call("ssl::addCertificate", argumentMap({{"certificate", text}})); }
+  ChannelReply add(const std::string& text) { return quillon::add(*client_, text); }
   ChannelReply check(const std::string& subject, const std::string& date) {
-    return call("ssl::isCertificateAvailable", argumentMap({{"subject", subject}, {"expirationDate", date}}));
+    return quillon::check(*client_, subject, date);
   }
 };
 
@@ -48,6 +59,36 @@ TEST_F(SslEndToEndTest, AddThenCheckAroundTheEndOfValidity) {
   EXPECT_EQ(certificateFiles, 5U);
   EXPECT_EQ(host_.stop(), 0);
   EXPECT_EQ(host_.output(), "");
+}
+
+// The host started in the user's language (the machine has these locales:
+// scripts/install-deps makes them): certificates that end on the 5th of each
+// month of 2031 at noon read the same in each.
+TEST(SslLanguagesEndToEndTest, EveryMonthReadsTheSameInEveryLanguage) {
+  const auto twoDigits = [](unsigned number) { return (number < 10 ? "0" : "") + std::to_string(number); };
+  std::vector<std::string> certificates;
+  for (unsigned month = 1; month <= 12; ++month) {
+    certificates.push_back(testing::base64Of(
+        testing::makeCertificate("/CN=Month " + std::to_string(month), "2031" + twoDigits(month) + "05120000Z")));
+  }
+  for (const char* locale : {"C.UTF-8", "en_US.UTF-8", "de_DE.UTF-8", "fr_FR.UTF-8", "ja_JP.UTF-8", "ar_EG.UTF-8"}) {
+    SCOPED_TRACE(locale);
+    ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << "the machine lacks the locale: run scripts/install-deps";
+    std::setlocale(LC_ALL, "C");
+    testing::HostProcess host({.environment = {{"LC_ALL", locale}}});
+    host.start();
+    ASSERT_TRUE(host.waitReady()) << host.errorOutput();
+    const auto client = testing::connectTo(host);
+    ASSERT_TRUE(client);
+    for (unsigned month = 1; month <= 12; ++month) {
+      const std::string label = "Month " + std::to_string(month);
+      EXPECT_EQ(add(*client, certificates[month - 1]), ChannelReply::success(true)) << label;
+      EXPECT_EQ(check(*client, label, "2031-" + twoDigits(month) + "-05T11:59:59Z"), ChannelReply::success(true))
+          << label;
+    }
+    EXPECT_EQ(host.stop(), 0);
+    EXPECT_EQ(host.output(), "");
+  }
 }
 
 }  // namespace
