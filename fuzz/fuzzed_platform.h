@@ -257,12 +257,15 @@ class FuzzedTemporaryDirectory final : public TemporaryDirectory {
  public:
   explicit FuzzedTemporaryDirectory(const FuzzInput& input) : input_(input) {}
   std::string path() const override { return input_.bytes(); }
-  Expected<void> writeFile(const std::string&, const std::vector<std::uint8_t>&) override {
+  Expected<void> writeNewFile(const std::string&, const std::vector<std::uint8_t>&) override { return outcome(); }
+  Expected<void> removeFile(const std::string&) override { return outcome(); }
+
+ private:
+  Expected<void> outcome() const {
     if (input_.chance()) return {};
     return Failure{input_.bytes()};
   }
 
- private:
   const FuzzInput& input_;
 };
 

@@ -2,9 +2,33 @@
 
 #include "channel/utf8_text.h"
 #include "identity/base64.h"
+#include "identity/certificate_file.h"
 #include "identity/end_date_text.h"
 
 namespace quillon {
+
+namespace {
+
+// What openssl prints for the certificate, read from a file that is gone again
+// when this returns; nothing, with the line that says why, when the file could
+// not be written or the tool not started.
+std::optional<std::vector<std::uint8_t>> opensslEndDateOutput(const IdentityServices& services,
+                                                              const Certificate& certificate) {
+  const auto file = CertificateFile::write(services, certificate);
+  if (!file) {
+    services.diagnostics.printLine("Error saving certificate to file: " + file.error().reason);
+    return std::nullopt;
+  }
+  auto run = services.tools.run(SSLFunctions::kOpensslPath, {"x509", "-in", file->path(), "-noout", "-enddate"},
+                                ToolRunner::Streams::kOutputAndError);
+  if (!run) {
+    services.diagnostics.printLine("Error running OpenSSL: " + run.error().reason);
+    return std::nullopt;
+  }
+  return std::move(run->output);
+}
+
+}  // namespace
 
 bool SSLFunctions::isCertificateAvailable(const IdentityServices& services, const std::string& subject,
                                           Instant expirationDate) {
@@ -22,18 +46,9 @@ bool SSLFunctions::addCertificate(const IdentityServices& services, const std::s
 }
 
 Instant SSLFunctions::getCertificateExpirationDate(const IdentityServices& services, const Certificate& certificate) {
-  const std::string filePath = services.temporaryDirectory.path() + "/" + services.uuids.newUuid() + ".cer";
-  if (const auto written = services.temporaryDirectory.writeFile(filePath, certificate.der()); !written) {
-    services.diagnostics.printLine("Error saving certificate to file: " + written.error().reason);
-    return services.clock.now();
-  }
-  const auto run = services.tools.run(kOpensslPath, {"x509", "-in", filePath, "-noout", "-enddate"},
-                                      ToolRunner::Streams::kOutputAndError);
-  if (!run) {
-    services.diagnostics.printLine("Error running OpenSSL: " + run.error().reason);
-    return services.clock.now();
-  }
-  const auto dateText = endDateText(run->output);
+  const auto output = opensslEndDateOutput(services, certificate);
+  if (!output) return services.clock.now();
+  const auto dateText = endDateText(*output);
   if (!dateText) return services.clock.now();
   const auto endOfValidity = services.dates.parse(kEndDatePattern, kEndDateLocale, *dateText);
   return endOfValidity ? *endOfValidity : services.clock.now();

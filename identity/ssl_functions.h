@@ -30,7 +30,7 @@ class SSLFunctions {
   // when the keychain accepted it; a certificate already there gives false.
   static bool addCertificate(const IdentityServices& services, const std::string& certificate);
   // The end of validity as openssl reads it from a temporary DER file, which is
-  // left in the temporary directory; the current instant when it can't be read.
+  // removed as soon as the run is over; the current instant when it can't be read.
   static Instant getCertificateExpirationDate(const IdentityServices& services, const Certificate& certificate);
 
   // The hardware address of the first interface that has one; "" otherwise.

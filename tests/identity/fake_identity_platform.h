@@ -37,14 +37,23 @@ struct FakeKeychain final : Keychain {
   std::vector<std::vector<std::uint8_t>> added;
 };
 
+// Holds `files` as a directory would; the writes and removals answer what the test set.
 struct FakeTemporaryDirectory final : TemporaryDirectory {
   std::string path() const override { return "/tmp/user"; }
-  Expected<void> writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override {
+  Expected<void> writeNewFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override {
+    if (files.contains(filePath)) return Failure{"File exists"};
     if (writeResult) files[filePath] = bytes;
     return writeResult;
   }
+  Expected<void> removeFile(const std::string& filePath) override {
+    removed.push_back(filePath);
+    if (removeResult) files.erase(filePath);
+    return removeResult;
+  }
   Expected<void> writeResult;
+  Expected<void> removeResult;
   std::map<std::string, std::vector<std::uint8_t>> files;
+  std::vector<std::string> removed;
 };
 
 struct FakeUuids final : UuidGenerator {
@@ -77,6 +86,23 @@ struct FakeHardware final : HardwareIdentity {
   std::optional<std::string> uuid;
 };
 
+// Notes what the temporary directory holds whenever a tool starts, then runs
+// the tool on `tools`.
+struct ToolRunnerSeeingFiles final : ToolRunner {
+  ToolRunnerSeeingFiles(FakeToolRunner& runner, const FakeTemporaryDirectory& watched)
+      : tools(runner), directory(watched) {}
+  FakeToolRunner& tools;
+  const FakeTemporaryDirectory& directory;
+  std::vector<std::map<std::string, std::vector<std::uint8_t>>> filesAtRuns;
+
+ protected:
+  Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
+                            const EnvironmentChanges& environment) override {
+    filesAtRuns.push_back(directory.files);
+    return tools.run(executable, arguments, streams, environment);
+  }
+};
+
 // One of each fake, wired together.
 struct FakeIdentityPlatform {
   FakeKeychain keychain;
@@ -88,7 +114,9 @@ struct FakeIdentityPlatform {
   FakeInterfaces interfaces;
   FakeHardware hardware;
   CapturingDiagnostics diagnostics;
-  IdentityServices services{keychain, temporaryDirectory, uuids, tools, dates, clock, interfaces, hardware, diagnostics};
+  ToolRunnerSeeingFiles toolsSeeingFiles{tools, temporaryDirectory};
+  IdentityServices services{keychain, temporaryDirectory, uuids,    toolsSeeingFiles, dates,
+                            clock,    interfaces,         hardware, diagnostics};
 };
 
 }  // namespace quillon::testing

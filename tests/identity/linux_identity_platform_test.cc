@@ -5,6 +5,10 @@
 #include <unicode/locid.h>
 #include <unicode/timezone.h>
 
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -87,16 +91,50 @@ TEST(SmallFileTest, AFileThatOpensButCannotBeReadIsNothing) {
 
 // The bytes it writes are read by openssl in ssl_end_to_end_test. (Each test
 // runs in a process of its own: the environment changes here stay here.)
-TEST(LinuxTemporaryDirectoryTest, WritesInTmpdirElseTmp) {
+TEST(LinuxTemporaryDirectoryTest, WritesNewPrivateFilesInTmpdirElseTmpAndRemovesThem) {
   const testing::ScratchDirectory root;
   ::setenv("TMPDIR", (root.path() + "/").c_str(), 1);
+  const mode_t umaskBefore = ::umask(0);
   LinuxTemporaryDirectory temporary;
   EXPECT_EQ(temporary.path(), root.path());
-  EXPECT_TRUE(temporary.writeFile(root.path() + "/x.cer", {0x30, 0x00}));
-  EXPECT_TRUE(fs::exists(root.path() + "/x.cer"));
-  const Expected<void> unwritten = temporary.writeFile(root.path() + "/missing/x.cer", {0x30});
+  const std::string file = root.path() + "/x.cer";
+  EXPECT_TRUE(temporary.writeNewFile(file, {0x30, 0x00}));
+  ::umask(umaskBefore);
+  EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(readSmallFile(file), std::string("\x30\x00", 2));
+  // A name that is taken, by a file or by a link to where the bytes would go, is
+  // refused and left as it was.
+  const std::string link = root.path() + "/link.cer";
+  fs::create_symlink(root.path() + "/target", link);
+  for (const std::string& taken : {file, link}) {
+    const Expected<void> refused = temporary.writeNewFile(taken, {0x31});
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().reason, ::testing::HasSubstr("File exists"));
+  }
+  EXPECT_EQ(readSmallFile(file), std::string("\x30\x00", 2));
+  EXPECT_FALSE(fs::exists(root.path() + "/target"));
+  const Expected<void> unwritten = temporary.writeNewFile(root.path() + "/missing/x.cer", {0x30});
   ASSERT_FALSE(unwritten);
   EXPECT_THAT(unwritten.error().reason, ::testing::HasSubstr("No such file or directory"));
+  // A write that fails halfway (here past the file size limit) leaves nothing.
+  const auto signalBefore = ::signal(SIGXFSZ, SIG_IGN);
+  rlimit limitBefore{};
+  ::getrlimit(RLIMIT_FSIZE, &limitBefore);
+  const rlimit oneByte{1, limitBefore.rlim_max};
+  EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &oneByte), 0);
+  const Expected<void> cut = temporary.writeNewFile(root.path() + "/cut.cer", {0x30, 0x00});
+  ::setrlimit(RLIMIT_FSIZE, &limitBefore);
+  ::signal(SIGXFSZ, signalBefore);
+  ASSERT_FALSE(cut);
+  EXPECT_THAT(cut.error().reason, ::testing::HasSubstr("File too large"));
+  EXPECT_FALSE(fs::exists(root.path() + "/cut.cer"));
+  // Removed; one already gone is no failure; one that cannot go says why.
+  EXPECT_TRUE(temporary.removeFile(file));
+  EXPECT_FALSE(fs::exists(file));
+  EXPECT_TRUE(temporary.removeFile(file));
+  const Expected<void> kept = temporary.removeFile(root.path());
+  ASSERT_FALSE(kept);
+  EXPECT_THAT(kept.error().reason, ::testing::HasSubstr("Could not remove"));
   ::unsetenv("TMPDIR");
   EXPECT_EQ(temporary.path(), "/tmp");
 }

@@ -19,6 +19,7 @@ using std::chrono::seconds;
 using testing::argumentMap;
 using testing::finishedRun;
 using Lines = std::vector<std::string>;
+using Files = std::map<std::string, std::vector<std::uint8_t>>;
 
 const std::vector<std::uint8_t> kDer{0x30, 0x03, 0x02, 0x01, 0x07};
 constexpr const char* kEndText = "Jan  2 00:00:00 2030 GMT";  // 2030-01-02T00:00:00Z
@@ -50,11 +51,14 @@ class SslCommandsTest : public ::testing::Test {
 // show the refusal here).
 TEST_F(SslCommandsTest, AvailableOnlyWhenTheEndLiesStrictlyLaterThanTheDateOrRefused) {
   EXPECT_EQ(check("2030-01-01T23:59:59Z"), ChannelReply::success(true));
+  // The file is there while openssl reads it, and gone afterwards.
   const std::string file = "/tmp/user/0F1E2D3C-4B5A-4978-8695-A4B3C2D1E0F9.cer";
-  EXPECT_EQ(platform.temporaryDirectory.files, (std::map<std::string, std::vector<std::uint8_t>>{{file, kDer}}));
+  EXPECT_EQ(platform.toolsSeeingFiles.filesAtRuns, (std::vector<Files>{{{file, kDer}}}));
   EXPECT_EQ(platform.tools.calls, (std::vector<testing::ToolCall>{{"/usr/bin/openssl",
                                                                     {"x509", "-in", file, "-noout", "-enddate"},
                                                                     ToolRunner::Streams::kOutputAndError}}));
+  EXPECT_EQ(platform.temporaryDirectory.files, Files{});
+  EXPECT_EQ(platform.temporaryDirectory.removed, Lines{file});
   // openssl's English, whatever the user's language.
   EXPECT_EQ(platform.dates.asked,
             (std::vector<std::array<std::string, 3>>{{"MMM d HH:mm:ss yyyy z", "en_US_POSIX", kEndText}}));
@@ -84,19 +88,21 @@ TEST_F(SslCommandsTest, AvailableOnlyWhenTheEndLiesStrictlyLaterThanTheDateOrRef
 
 // Whatever goes wrong, the end of validity is the current instant (the fake
 // clock's 2023-11-14T22:13:20Z): such a certificate is available only for
-// dates already past.
+// dates already past. A file that was written is removed on every path.
 TEST_F(SslCommandsTest, AnUnreadableEndIsTheCurrentInstant) {
   const Expected<void> written;
   const std::tuple<const char*, Expected<void>, Expected<ToolRun>, Lines> cases[] = {
       {"file not written", Failure{"Permission denied"}, finishedRun(""), {"Error saving certificate to file: Permission denied"}},
       {"tool not started", written, testing::notStartedRun(), {"Error running OpenSSL: No such file or directory"}},
-      {"no date", written, finishedRun("Could not open file or uri for loading certificate from x.cer\n"), {}},
+      {"tool failed", written, finishedRun("Could not open file or uri for loading certificate from x.cer\n", 1), {}},
+      {"nothing printed", written, finishedRun(""), {}},
       {"date not UTF-8", written, finishedRun("notAfter=\xff"), {}},
       {"date not known", written, finishedRun("notAfter=Feb 30 00:00:00 2030 GMT"), {}},
   };
   for (const auto& [name, writeResult, run, lines] : cases) {
     SCOPED_TRACE(name);
     platform.temporaryDirectory.writeResult = writeResult;
+    platform.temporaryDirectory.removed.clear();
     platform.tools.answer = run;
     platform.tools.calls.clear();
     platform.diagnostics.lines.clear();
@@ -104,7 +110,22 @@ TEST_F(SslCommandsTest, AnUnreadableEndIsTheCurrentInstant) {
     EXPECT_EQ(platform.tools.calls.size(), writeResult ? 1U : 0U);
     EXPECT_EQ(platform.diagnostics.lines, lines);
     EXPECT_EQ(check("2023-11-14T22:13:20Z"), ChannelReply::success(false));
+    EXPECT_EQ(platform.temporaryDirectory.files, Files{});
+    EXPECT_EQ(platform.temporaryDirectory.removed.size(), writeResult ? 2U : 0U);
   }
+}
+
+// A file that cannot be removed is said, and changes no answer.
+TEST_F(SslCommandsTest, AFileThatStaysIsSaid) {
+  platform.temporaryDirectory.removeResult = Failure{"Operation not permitted"};
+  EXPECT_EQ(check("2030-01-01T23:59:59Z"), ChannelReply::success(true));
+  EXPECT_EQ(platform.diagnostics.lines, Lines{"Error removing certificate file: Operation not permitted"});
+  platform.tools.answer = testing::notStartedRun();
+  platform.temporaryDirectory.files.clear();
+  platform.diagnostics.lines.clear();
+  EXPECT_EQ(check("2023-11-14T22:13:19Z"), ChannelReply::success(true));
+  EXPECT_EQ(platform.diagnostics.lines, (Lines{"Error running OpenSSL: No such file or directory",
+                                               "Error removing certificate file: Operation not permitted"}));
 }
 
 TEST_F(SslCommandsTest, AddsTheDecodedCertificateOrAnswersFalseOrRefuses) {

@@ -5,11 +5,14 @@
 namespace quillon {
 
 // The per-user temporary directory of a POSIX system: $TMPDIR when it is set and
-// not empty, else /tmp. Files are written in place with the umask's permissions.
+// not empty, else /tmp. New files are created exclusively (O_EXCL, O_NOFOLLOW)
+// with mode 0600, so in a shared directory such as /tmp no other user can read
+// them, nor (the sticky bit) replace or remove them.
 class LinuxTemporaryDirectory final : public TemporaryDirectory {
  public:
   std::string path() const override;
-  Expected<void> writeFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override;
+  Expected<void> writeNewFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override;
+  Expected<void> removeFile(const std::string& filePath) override;
 };
 
 }  // namespace quillon
