@@ -17,6 +17,11 @@ namespace quillon {
 namespace {
 
 constexpr guint kRetrySeconds = 1;
+// Connections accepted (or shed) in one turn of the main loop. The socket stays
+// readable while more wait, so the rest come in the next turns, after the
+// connections already accepted have had theirs: a flood of connections can
+// neither hold the loop nor take every descriptor before any is served.
+constexpr int kAcceptsPerTurn = 32;
 
 Failure systemError(const std::string& what) { return Failure{what + ": " + std::strerror(errno)}; }
 
@@ -152,7 +157,7 @@ gboolean LinkListener::onRetry(gpointer self) {
 }
 
 void LinkListener::acceptPending() {
-  for (;;) {
+  for (int turn = 0; turn < kAcceptsPerTurn; ++turn) {
     UniqueFd client = acceptOne(socket_.get());
     if (client.valid()) {
       accepted(std::move(client));

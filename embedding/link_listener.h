@@ -5,7 +5,9 @@
 // replaces a stale socket file and leaves the socket with mode 0600. Each
 // accepted connection of the allowed user is handed over, non-blocking and
 // close-on-exec, to the accept handler; a connection of any other user is
-// closed at once. close() (also done by the destructor) stops listening and
+// closed at once. It accepts a few connections per turn of the main loop and
+// leaves the rest waiting for the next turns, so that a flood of connections
+// cannot hold the loop. close() (also done by the destructor) stops listening and
 // removes the socket file if it is still the one this listener made.
 //
 // Out of descriptors, a waiting connection would make the socket readable
