@@ -1,12 +1,12 @@
 #include "app/host_application.h"
 
-#include <cstdio>
 #include <cstdlib>
 
 #include "app/instance_channel.h"
 #include "app/launch_handover.h"
 #include "app/link_view_engine.h"
 #include "app/main_window_description.h"
+#include "base/printed_lines.h"
 #include "platform/linux/desktop/gtk_desktop.h"
 #include "platform/linux/shell/display_loss.h"
 #include "platform/linux/shell/gtk_main_window.h"
@@ -26,7 +26,7 @@ int HostApplication::run() {
     if (engine->engine().anotherHostServes()) {
       return handOverLaunch(engine->engine().socketPath(), launchStartupId(), reason);
     }
-    std::fprintf(stderr, "quillon-host: %s\n", reason.c_str());
+    standardErrorLines().print("start-up", "quillon-host: " + reason);
     return 1;
   }
   Engine& link = engine->engine();
@@ -59,7 +59,7 @@ std::string HostApplication::launchStartupId() {
 
 std::unique_ptr<NativeWindow> HostApplication::createMainWindow(Engine& link) {
   if (!gtkDesktopAvailable()) {
-    std::fputs("quillon-host: no display; running without windows\n", stderr);
+    standardErrorLines().print("start-up", "quillon-host: no display; running without windows");
     return nullptr;
   }
   endOnDisplayLoss([&link] { link.shutdown(); });

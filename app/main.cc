@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include "app/host_application.h"
+#include "base/printed_lines.h"
 
 int main() {
   // Diagnostics go to standard output, whose reader may be gone (a launcher
@@ -10,5 +11,9 @@ int main() {
   // lost, the host goes on. Decided before anything can write; the tools the
   // host runs get the default disposition back.
   std::signal(SIGPIPE, SIG_IGN);
-  return quillon::HostApplication().run();
+  const int status = quillon::HostApplication().run();
+  // The counts of lines held back in the last second come last.
+  quillon::standardErrorLines().flush();
+  quillon::standardOutputLines().flush();
+  return status;
 }

@@ -1,7 +1,8 @@
 #include "embedding/link_messenger.h"
 
 #include <algorithm>
-#include <cstdio>
+
+#include "base/printed_lines.h"
 
 namespace quillon {
 
@@ -50,7 +51,9 @@ void LinkMessenger::onFrame(LinkConnection& connection, LinkFrame frame) {
 }
 
 void LinkMessenger::onClosed(LinkConnection& connection, const std::optional<std::string>& fault) {
-  if (fault) std::fprintf(stderr, "quillon-host: dropped an interface connection: %s\n", fault->c_str());
+  if (fault) {
+    standardErrorLines().print("dropped interface connections", "quillon-host: dropped an interface connection: " + *fault);
+  }
   std::erase_if(connections_, [&connection](const auto& held) { return held.get() == &connection; });
 }
 

@@ -170,6 +170,22 @@ TEST_F(ConnectionFaultTest, ConnectionsWhoseUnfinishedFramesWouldPassTheBudgetAr
   expectServed(*clients.front());
 }
 
+// Each connection is dropped with a line; a few a second are written, the rest counted.
+TEST_F(ConnectionFaultTest, AFloodOfBrokenConnectionsWritesAFewLinesASecondAndCountsTheRest) {
+  const std::vector<std::uint8_t> broken{0xFF, 0xFF, 0xFF, 0xFF, 0x01};
+  std::size_t connections = 0;
+  for (const auto end = std::chrono::steady_clock::now() + 3s; std::chrono::steady_clock::now() < end;) {
+    auto client = LinkClient::connect(host_->socketPath());
+    if (client && (*client)->sendRaw(broken)) ++connections;
+  }
+  expectServed(*served_);
+  const std::string errors = host_->errorOutput();
+  EXPECT_GT(connections, 1000u);
+  EXPECT_LT(countOccurrences(errors, "\n"), 200u) << errors.substr(0, 2000);
+  EXPECT_NE(errors.find("quillon-host: suppressed "), std::string::npos) << errors.substr(0, 2000);
+  EXPECT_NE(errors.find(" more lines about dropped interface connections\n"), std::string::npos);
+}
+
 TEST_F(ConnectionFaultTest, TheHostDropsClientsThatVanishAndServesTheOthers) {
   const std::size_t descriptors = openDescriptors().size();
   std::vector<std::uint8_t> manyCalls;

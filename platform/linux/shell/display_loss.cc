@@ -3,8 +3,10 @@
 #include <X11/Xlib.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <string>
 #include <utility>
+
+#include "base/printed_lines.h"
 
 namespace quillon {
 
@@ -17,10 +19,11 @@ std::function<void()>& linkCloser() {
 
 // Xlib ends the process if an I/O error handler returns; this one ends it itself.
 [[noreturn]] int onDisplayLost(Display* display) {
-  std::fprintf(stderr, "quillon-host: lost the connection to the display %s; ending\n", DisplayString(display));
+  standardErrorLines().print("lost displays", std::string("quillon-host: lost the connection to the display ") +
+                                                  DisplayString(display) + "; ending");
   if (const auto& closeLink = linkCloser()) closeLink();
-  std::fflush(stdout);
-  std::fflush(stderr);
+  standardErrorLines().flush();
+  standardOutputLines().flush();
   // Not exit(): the windows' destructors and GTK's would talk to the display that is gone.
   ::_exit(0);
 }
