@@ -3,33 +3,40 @@
 #include <glib-unix.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace quillon {
 
 namespace {
 
 constexpr std::size_t kReadChunk = 64 * 1024;
-// A client that stops reading must not make the host hold its messages without
-// end; beyond this it is dropped.
-constexpr std::size_t kMaxPendingOutput = 4 * std::size_t{kMaxFrameLength};
+
+std::string budgetFault(const char* held, const std::shared_ptr<MemoryBudget>& budget) {
+  return std::string(held) + " of all interface connections would pass " + std::to_string(budget->limit() >> 20) +
+         " MiB, and this one held the most";
+}
 
 }  // namespace
 
-std::shared_ptr<LinkConnection> LinkConnection::adopt(UniqueFd socket, std::shared_ptr<IncomingBudget> budget,
-                                                      FrameHandler onFrame, ClosedHandler onClosed) {
-  return std::make_shared<LinkConnection>(Token{}, std::move(socket), std::move(budget), std::move(onFrame),
+std::shared_ptr<LinkConnection> LinkConnection::adopt(UniqueFd socket, const Budgets& budgets, FrameHandler onFrame,
+                                                      ClosedHandler onClosed) {
+  return std::make_shared<LinkConnection>(Token{}, std::move(socket), budgets, std::move(onFrame),
                                           std::move(onClosed));
 }
 
-LinkConnection::LinkConnection(Token, UniqueFd socket, std::shared_ptr<IncomingBudget> budget, FrameHandler onFrame,
+LinkConnection::LinkConnection(Token, UniqueFd socket, const Budgets& budgets, FrameHandler onFrame,
                                ClosedHandler onClosed)
     : socket_(std::move(socket)),
       onFrame_(std::move(onFrame)),
       onClosed_(std::move(onClosed)),
-      budget_(std::move(budget)) {
+      incomingShare_(budgets.incoming,
+                     [this, fault = budgetFault("unfinished frames", budgets.incoming)] { giveWay(fault); }),
+      outgoingShare_(budgets.outgoing,
+                     [this, fault = budgetFault("unread answers", budgets.outgoing)] { giveWay(fault); }) {
   readSource_ = g_unix_fd_add(socket_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR), onReadable, this);
 }
 
@@ -54,7 +61,7 @@ gboolean LinkConnection::onReadable(gint, GIOCondition, gpointer self) {
 gboolean LinkConnection::onWritable(gint, GIOCondition, gpointer self) {
   auto connection = static_cast<LinkConnection*>(self)->shared_from_this();
   connection->flush();
-  if (!connection->isOpen() || connection->outgoingStart_ == connection->outgoing_.size()) {
+  if (!connection->isOpen() || connection->unsentStart_ == connection->unsent_.size()) {
     connection->writeSource_ = 0;
     return G_SOURCE_REMOVE;
   }
@@ -69,13 +76,11 @@ void LinkConnection::readAvailable() {
     if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR) return;
     return close(std::string("read failed: ") + std::strerror(errno));
   }
-  if (!budget_->resize(budgetShare_, reader_.buffered() + static_cast<std::size_t>(count))) {
-    return close("unfinished frames of all interface connections would pass " +
-                 std::to_string(budget_->limit() >> 20) + " MiB");
-  }
-  reader_.append(std::span<const std::uint8_t>(chunk, static_cast<std::size_t>(count)));
+  const std::span<const std::uint8_t> bytes(chunk, static_cast<std::size_t>(count));
+  if (!incomingShare_.resize(reader_.roomFor(bytes))) return;  // Closed by the budget.
+  reader_.append(bytes);
   deliverFrames();
-  if (isOpen()) budget_->resize(budgetShare_, reader_.buffered());
+  if (isOpen()) incomingShare_.resize(reader_.capacity());
 }
 
 void LinkConnection::deliverFrames() {
@@ -89,32 +94,63 @@ void LinkConnection::deliverFrames() {
 
 void LinkConnection::write(std::span<const std::uint8_t> bytes) {
   if (!isOpen()) return;
-  if (outgoing_.size() - outgoingStart_ + bytes.size() > kMaxPendingOutput) {
-    return close("the interface does not read its messages");
+  // Nothing waits: straight to the socket, and only what it does not take is kept.
+  if (unsentStart_ == unsent_.size()) {
+    const std::size_t sent = sendNow(bytes);
+    if (!isOpen()) return;
+    bytes = bytes.subspan(sent);
   }
-  if (outgoingStart_ == outgoing_.size()) {
-    outgoing_.clear();
-    outgoingStart_ = 0;
+  if (bytes.empty() || !keepUnsent(bytes)) return;
+  if (writeSource_ == 0) writeSource_ = g_unix_fd_add(socket_.get(), G_IO_OUT, onWritable, this);
+}
+
+// Sends what the socket takes now; closes the connection when it fails.
+std::size_t LinkConnection::sendNow(std::span<const std::uint8_t> bytes) {
+  std::size_t sent = 0;
+  while (sent < bytes.size()) {
+    const ssize_t count =
+        ::send(socket_.get(), bytes.data() + sent, bytes.size() - sent, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (count < 0) {
+      if (errno == EINTR) continue;
+      if (errno != EAGAIN && errno != EWOULDBLOCK) close(std::string("write failed: ") + std::strerror(errno));
+      break;
+    }
+    sent += static_cast<std::size_t>(count);
   }
-  outgoing_.insert(outgoing_.end(), bytes.begin(), bytes.end());
-  if (writeSource_ != 0) return;  // The socket is full; the write source goes on when it drains.
-  flush();
-  if (isOpen() && outgoingStart_ < outgoing_.size()) {
-    writeSource_ = g_unix_fd_add(socket_.get(), G_IO_OUT, onWritable, this);
+  return sent;
+}
+
+bool LinkConnection::keepUnsent(std::span<const std::uint8_t> bytes) {
+  if (unsent_.size() + bytes.size() > unsent_.capacity()) {
+    // Room for twice what waits, so that a client that reads slowly does not
+    // make every answer a copy of everything before it.
+    const std::size_t waiting = unsent_.size() - unsentStart_;
+    const std::size_t room = std::max(waiting + bytes.size(), 2 * waiting);
+    if (!outgoingShare_.resize(room)) return false;  // Closed by the budget.
+    std::vector<std::uint8_t> rebuilt;
+    rebuilt.reserve(room);
+    rebuilt.insert(rebuilt.end(), unsent_.begin() + static_cast<std::ptrdiff_t>(unsentStart_), unsent_.end());
+    unsent_ = std::move(rebuilt);
+    unsentStart_ = 0;
   }
+  unsent_.insert(unsent_.end(), bytes.begin(), bytes.end());
+  return true;
 }
 
 void LinkConnection::flush() {
-  while (isOpen() && outgoingStart_ < outgoing_.size()) {
-    const ssize_t count = ::send(socket_.get(), outgoing_.data() + outgoingStart_, outgoing_.size() - outgoingStart_,
-                                 MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (count < 0) {
-      if (errno == EINTR) continue;
-      if (errno == EAGAIN || errno == EWOULDBLOCK) return;
-      return close(std::string("write failed: ") + std::strerror(errno));
-    }
-    outgoingStart_ += static_cast<std::size_t>(count);
-  }
+  const std::size_t sent = sendNow(std::span<const std::uint8_t>(unsent_).subspan(unsentStart_));
+  if (!isOpen()) return;
+  unsentStart_ += sent;
+  if (unsentStart_ < unsent_.size()) return;
+  unsent_ = std::vector<std::uint8_t>();
+  unsentStart_ = 0;
+  outgoingShare_.resize(0);
+}
+
+// The budget needs this connection's room for another.
+void LinkConnection::giveWay(const std::string& fault) {
+  const auto self = shared_from_this();  // The closed handler may drop the owner's reference.
+  close(fault);
 }
 
 void LinkConnection::close(const std::optional<std::string>& fault) {
@@ -123,9 +159,11 @@ void LinkConnection::close(const std::optional<std::string>& fault) {
   // g_source_remove() of the running source is harmless as well.
   removeSources();
   socket_.reset();
-  outgoing_.clear();
-  outgoingStart_ = 0;
-  budget_->resize(budgetShare_, 0);
+  reader_ = FrameReader();
+  unsent_ = std::vector<std::uint8_t>();
+  unsentStart_ = 0;
+  incomingShare_.resize(0);
+  outgoingShare_.resize(0);
   if (auto onClosed = std::exchange(onClosed_, nullptr)) onClosed(*this, fault);
 }
 

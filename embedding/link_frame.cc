@@ -11,11 +11,11 @@ namespace quillon {
 namespace {
 
 constexpr std::size_t kHeaderSize = kFrameLengthSize + 1 + 4;  // length, kind, id
+constexpr std::uint32_t kShortestFrameLength = kHeaderSize - kFrameLengthSize;
 constexpr std::size_t kNameLengthSize = 2;
-// What a reader keeps of its buffer once every frame in it has been taken: a
-// few reads' worth. A large frame's room is given back, so an idle connection
-// holds next to nothing whatever it sent before.
-constexpr std::size_t kKeptCapacity = 1024 * 1024;
+// Larger than a read's worth: such a frame came over many reads into the room
+// set aside for it.
+constexpr std::size_t kLargeFrame = 64 * 1024;
 
 void putU16(std::vector<std::uint8_t>& out, std::uint16_t value) {
   out.push_back(static_cast<std::uint8_t>(value & 0xffu));
@@ -51,6 +51,45 @@ FrameParse malformed(std::string error) {
   return parse;
 }
 
+// The frame at the front of `bytes` without its payload, and where the payload begins.
+struct FrameLayout {
+  FrameParse parse;
+  std::size_t payloadOffset = 0;
+};
+
+FrameLayout readLayout(std::span<const std::uint8_t> bytes) {
+  if (bytes.size() < kFrameLengthSize) return {};
+  const std::uint32_t length = readU32(bytes);
+  if (length > kMaxFrameLength) return {malformed("frame length " + std::to_string(length) + " beyond the limit")};
+  if (length < kShortestFrameLength) return {malformed("frame length " + std::to_string(length) + " too short")};
+  if (bytes.size() >= kFrameLengthSize + 1 && bytes[kFrameLengthSize] != static_cast<std::uint8_t>(FrameKind::message) &&
+      bytes[kFrameLengthSize] != static_cast<std::uint8_t>(FrameKind::reply)) {
+    return {malformed("unknown frame kind " + std::to_string(bytes[kFrameLengthSize]))};
+  }
+  if (bytes.size() < kFrameLengthSize + length) return {};
+
+  const auto body = bytes.subspan(kHeaderSize, kFrameLengthSize + length - kHeaderSize);
+  FrameLayout layout;
+  layout.payloadOffset = kHeaderSize;
+  FrameParse& parse = layout.parse;
+  parse.frame.kind = static_cast<FrameKind>(bytes[kFrameLengthSize]);
+  parse.frame.id = readU32(bytes.subspan(kFrameLengthSize + 1));
+  if (parse.frame.kind == FrameKind::message) {
+    if (body.size() < kNameLengthSize) return {malformed("message frame without a channel name length")};
+    const std::size_t nameLength = readU16(body);
+    if (body.size() < kNameLengthSize + nameLength) return {malformed("channel name beyond the frame")};
+    const auto name = body.subspan(kNameLengthSize, nameLength);
+    if (!g_utf8_validate(reinterpret_cast<const gchar*>(name.data()), static_cast<gssize>(name.size()), nullptr)) {
+      return {malformed("channel name is not UTF-8")};
+    }
+    parse.frame.channel.assign(name.begin(), name.end());
+    layout.payloadOffset += kNameLengthSize + nameLength;
+  }
+  parse.status = FrameParse::Status::complete;
+  parse.consumed = kFrameLengthSize + length;
+  return layout;
+}
+
 }  // namespace
 
 std::vector<std::uint8_t> encodeMessageFrame(std::uint32_t id, std::string_view channel,
@@ -72,56 +111,71 @@ std::vector<std::uint8_t> encodeReplyFrame(std::uint32_t id, std::span<const std
 }
 
 FrameParse parseFrame(std::span<const std::uint8_t> bytes) {
-  if (bytes.size() < kFrameLengthSize) return {};
-  const std::uint32_t length = readU32(bytes);
-  if (length > kMaxFrameLength) return malformed("frame length " + std::to_string(length) + " beyond the limit");
-  if (length < kHeaderSize - kFrameLengthSize) return malformed("frame length " + std::to_string(length) + " too short");
-  if (bytes.size() >= kFrameLengthSize + 1 && bytes[kFrameLengthSize] != static_cast<std::uint8_t>(FrameKind::message) &&
-      bytes[kFrameLengthSize] != static_cast<std::uint8_t>(FrameKind::reply)) {
-    return malformed("unknown frame kind " + std::to_string(bytes[kFrameLengthSize]));
+  auto [parse, payloadOffset] = readLayout(bytes);
+  if (parse.status == FrameParse::Status::complete) {
+    parse.frame.payload.assign(bytes.begin() + static_cast<std::ptrdiff_t>(payloadOffset),
+                               bytes.begin() + static_cast<std::ptrdiff_t>(parse.consumed));
   }
-  if (bytes.size() < kFrameLengthSize + length) return {};
-
-  const auto body = bytes.subspan(kHeaderSize, kFrameLengthSize + length - kHeaderSize);
-  FrameParse parse;
-  parse.frame.kind = static_cast<FrameKind>(bytes[kFrameLengthSize]);
-  parse.frame.id = readU32(bytes.subspan(kFrameLengthSize + 1));
-  auto payload = body;
-  if (parse.frame.kind == FrameKind::message) {
-    if (body.size() < kNameLengthSize) return malformed("message frame without a channel name length");
-    const std::size_t nameLength = readU16(body);
-    if (body.size() < kNameLengthSize + nameLength) return malformed("channel name beyond the frame");
-    const auto name = body.subspan(kNameLengthSize, nameLength);
-    if (!g_utf8_validate(reinterpret_cast<const gchar*>(name.data()), static_cast<gssize>(name.size()), nullptr)) {
-      return malformed("channel name is not UTF-8");
-    }
-    parse.frame.channel.assign(name.begin(), name.end());
-    payload = body.subspan(kNameLengthSize + nameLength);
-  }
-  parse.frame.payload.assign(payload.begin(), payload.end());
-  parse.status = FrameParse::Status::complete;
-  parse.consumed = kFrameLengthSize + length;
   return parse;
 }
 
+std::size_t FrameReader::roomFor(std::span<const std::uint8_t> bytes) const {
+  const std::size_t total = buffered() + bytes.size();
+  std::size_t wanted = total;
+  if (total >= kFrameLengthSize) {
+    std::uint8_t length[kFrameLengthSize];
+    for (std::size_t index = 0; index < kFrameLengthSize; ++index) {
+      length[index] = index < buffered() ? buffer_[start_ + index] : bytes[index - buffered()];
+    }
+    // A length the framing refuses sets nothing aside: the next frame taken fails.
+    const std::uint32_t declared = readU32(length);
+    if (declared >= kShortestFrameLength && declared <= kMaxFrameLength) {
+      wanted = std::max(wanted, kFrameLengthSize + declared);
+    }
+  }
+  return start_ == 0 && wanted <= buffer_.capacity() ? buffer_.capacity() : wanted;
+}
+
 void FrameReader::append(std::span<const std::uint8_t> bytes) {
-  // Drop what earlier frames used before the buffer grows, so a long-lived
-  // connection keeps at most one frame and a read's worth of bytes.
-  if (start_ > 0 && (start_ == buffer_.size() || start_ >= buffer_.size() / 2)) {
-    buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(start_));
+  const std::size_t room = roomFor(bytes);
+  if (start_ != 0 || room > buffer_.capacity()) {
+    // What earlier frames used goes, and the frame under way gets its whole room at once.
+    std::vector<std::uint8_t> rebuilt;
+    rebuilt.reserve(room);
+    rebuilt.insert(rebuilt.end(), buffer_.begin() + static_cast<std::ptrdiff_t>(start_), buffer_.end());
+    buffer_ = std::move(rebuilt);
     start_ = 0;
   }
   buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
 }
 
 FrameParse FrameReader::next() {
-  FrameParse parse = parseFrame(std::span<const std::uint8_t>(buffer_).subspan(start_));
-  if (parse.status == FrameParse::Status::complete) start_ += parse.consumed;
-  if (start_ == buffer_.size() && buffer_.capacity() > kKeptCapacity) {
-    buffer_ = {};
+  auto [parse, payloadOffset] = readLayout(std::span<const std::uint8_t>(buffer_).subspan(start_));
+  if (parse.status != FrameParse::Status::complete) return parse;
+  const auto payloadBegin = buffer_.begin() + static_cast<std::ptrdiff_t>(start_ + payloadOffset);
+  const auto frameEnd = buffer_.begin() + static_cast<std::ptrdiff_t>(start_ + parse.consumed);
+  if (start_ == 0 && parse.consumed > kLargeFrame) {
+    // The frame fills the front of the room set aside for it: hand that room
+    // over as the payload rather than copy the frame.
+    std::vector<std::uint8_t> rest(frameEnd, buffer_.end());
+    buffer_.erase(frameEnd, buffer_.end());
+    buffer_.erase(buffer_.begin(), payloadBegin);
+    parse.frame.payload = std::move(buffer_);
+    buffer_ = std::move(rest);
+  } else {
+    parse.frame.payload.assign(payloadBegin, frameEnd);
+    start_ += parse.consumed;
+  }
+  if (start_ == buffer_.size()) {
+    buffer_ = std::vector<std::uint8_t>();
     start_ = 0;
   }
   return parse;
+}
+
+bool FrameReader::frameWaiting() const {
+  return readLayout(std::span<const std::uint8_t>(buffer_).subspan(start_)).parse.status !=
+         FrameParse::Status::incomplete;
 }
 
 }  // namespace quillon

@@ -51,13 +51,26 @@ struct FrameParse {
 FrameParse parseFrame(std::span<const std::uint8_t> bytes);
 
 // Collects the bytes of a stream and hands out its frames in order.
+//
+// It holds as little as it can, and capacity() says how much that is (what a
+// budget counts): the room of the frame under way, set aside whole and once
+// when bytes come for it and its length is known (a large frame is never
+// copied to grow), and what a read brought beyond it. A frame taken gives its
+// room back at once, and a reader with nothing buffered holds nothing. Give it bytes only once
+// next() has answered incomplete (frameWaiting() false): then roomFor() tells
+// beforehand what capacity() will be after append(). (Bytes given while frames
+// wait are kept all the same, only without that bound.)
 class FrameReader {
  public:
+  std::size_t roomFor(std::span<const std::uint8_t> bytes) const;
   void append(std::span<const std::uint8_t> bytes);
   // The next frame, or incomplete, or malformed (after which the stream is
   // beyond repair and the reader should be dropped).
   FrameParse next();
+  // Whether next() would answer a frame or malformed now.
+  bool frameWaiting() const;
   std::size_t buffered() const { return buffer_.size() - start_; }
+  std::size_t capacity() const { return buffer_.capacity(); }
 
  private:
   std::vector<std::uint8_t> buffer_;

@@ -6,14 +6,14 @@
 
 namespace quillon {
 
-LinkMessenger::LinkMessenger(std::size_t incomingBudget)
-    : budget_(std::make_shared<IncomingBudget>(incomingBudget)) {}
+LinkMessenger::LinkMessenger(std::size_t incomingBudget, std::size_t outgoingBudget)
+    : budgets_{std::make_shared<MemoryBudget>(incomingBudget), std::make_shared<MemoryBudget>(outgoingBudget)} {}
 
 LinkMessenger::~LinkMessenger() { closeAll(); }
 
 void LinkMessenger::adopt(UniqueFd socket) {
   connections_.push_back(LinkConnection::adopt(
-      std::move(socket), budget_, [this](LinkConnection& connection, LinkFrame frame) { onFrame(connection, std::move(frame)); },
+      std::move(socket), budgets_, [this](LinkConnection& connection, LinkFrame frame) { onFrame(connection, std::move(frame)); },
       [this](LinkConnection& connection, const std::optional<std::string>& fault) { onClosed(connection, fault); }));
 }
 

@@ -7,7 +7,9 @@
 // if it is still there; a message sent with id 0 has its reply dropped.
 // Messages that the host sends go to every connected interface. Reply frames
 // from an interface are dropped: the host never asks for an answer. The
-// connections share one budget for the bytes of their unfinished frames.
+// connections share one budget for what they hold of incoming bytes and one
+// for their unsent bytes (see MemoryBudget), and take turns (see
+// LinkConnection).
 #pragma once
 
 #include <functional>
@@ -23,7 +25,7 @@ namespace quillon {
 
 class LinkMessenger final : public BinaryMessenger {
  public:
-  explicit LinkMessenger(std::size_t incomingBudget = kIncomingBudget);
+  explicit LinkMessenger(std::size_t incomingBudget = kIncomingBudget, std::size_t outgoingBudget = kOutgoingBudget);
   LinkMessenger(const LinkMessenger&) = delete;
   LinkMessenger& operator=(const LinkMessenger&) = delete;
   ~LinkMessenger() override;
@@ -32,8 +34,9 @@ class LinkMessenger final : public BinaryMessenger {
   void adopt(UniqueFd socket);
   void closeAll();
   std::size_t connectionCount() const { return connections_.size(); }
-  // The bytes of unfinished frames held for all connections.
-  std::size_t incomingBytesHeld() const { return budget_->used(); }
+  // What all connections hold of incoming and of unsent bytes.
+  std::size_t incomingBytesHeld() const { return budgets_.incoming->used(); }
+  std::size_t outgoingBytesHeld() const { return budgets_.outgoing->used(); }
 
   void send(std::string_view channel, std::vector<std::uint8_t> message) override;
   void setMessageHandler(std::string channel, MessageHandler handler) override;
@@ -42,7 +45,7 @@ class LinkMessenger final : public BinaryMessenger {
   void onFrame(LinkConnection& connection, LinkFrame frame);
   void onClosed(LinkConnection& connection, const std::optional<std::string>& fault);
 
-  std::shared_ptr<IncomingBudget> budget_;
+  LinkConnection::Budgets budgets_;
   std::map<std::string, MessageHandler, std::less<>> handlers_;
   std::vector<std::shared_ptr<LinkConnection>> connections_;
 };

@@ -1,11 +1,13 @@
-// The interface link in this process: the frame format's exact bytes; the
-// messenger over real socket pairs, for what the built host's tests cannot
-// arrange (frames in one write and in pieces, a reply through a full socket, a
-// small budget); a method channel's answer to what is not a method call; the
-// listener's socket rules. (That frames read whole and in pieces agree is the
-// fuzz target's, fuzz/fuzz_frames.cc; broken framing, broadcast, clients that
-// leave and the real budget are tested against the built host:
-// host_end_to_end_test.cc, shell_end_to_end_test.cc, the faults.)
+// The interface link in this process: the frame format's exact bytes and what
+// a reader holds; the budgets' choice of whom to close; the messenger over
+// real socket pairs, for what the built host's tests cannot arrange (frames in
+// one write and in pieces, a reply through a full socket, the budgets' exact
+// counts); a method channel's answer to what is not a method call; the
+// listener's socket rules. (That frames read whole and in
+// pieces agree is the fuzz target's, fuzz/fuzz_frames.cc; broken framing,
+// broadcast, clients that leave, resident memory and the budget against real
+// clients are tested against the built host: host_end_to_end_test.cc,
+// shell_end_to_end_test.cc, the faults.)
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -19,6 +21,7 @@
 #include "embedding/link_frame.h"
 #include "embedding/link_listener.h"
 #include "embedding/link_messenger.h"
+#include "embedding/memory_budget.h"
 #include "embedding/method_channel.h"
 #include "tests/link/link_peer.h"
 #include "tests/support/fake_messenger.h"
@@ -39,6 +42,92 @@ TEST(LinkFrameTest, FramesLayOutTheirFieldsAndALengthAtTheLimitWaitsForItsBody) 
   EXPECT_EQ(encodeReplyFrame(7, Bytes{0}), (Bytes{6, 0, 0, 0, 2, 7, 0, 0, 0, 0}));
   EXPECT_EQ(encodeReplyFrame(7, {}), (Bytes{5, 0, 0, 0, 2, 7, 0, 0, 0}));
   EXPECT_EQ(parseFrame(Bytes{0, 0, 0, 4, 2, 0, 0, 0, 0}).status, FrameParse::Status::incomplete);
+}
+
+// A reader holds the room of the frame under way, set aside whole once its
+// length is known, and what a read brought beyond it; a frame taken gives its
+// room back at once.
+TEST(LinkFrameTest, AReaderHoldsTheFrameUnderWayAndGivesItsRoomBackOnceTaken) {
+  constexpr std::size_t kLarge = 1024 * 1024;
+  const Bytes large = encodeReplyFrame(1, Bytes(kLarge, 7));
+  const Bytes small = encodeReplyFrame(2, Bytes{8});
+  const auto part = [](const Bytes& frame, std::size_t from, std::size_t to) {
+    return Bytes(frame.begin() + static_cast<std::ptrdiff_t>(from), frame.begin() + static_cast<std::ptrdiff_t>(to));
+  };
+  const auto joined = [](Bytes front, const Bytes& back) {
+    front.insert(front.end(), back.begin(), back.end());
+    return front;
+  };
+  const std::size_t end = large.size();
+  struct Case {
+    const char* what;
+    std::vector<Bytes> pieces;  // Appended one after the other.
+    std::size_t heldBefore;     // Capacity once they are appended.
+    std::size_t frames;         // Then taken.
+    std::size_t heldAfter;
+  };
+  const std::vector<Case> cases = {
+      {"the first bytes of a large frame", {part(large, 0, 3), part(large, 3, 100)}, end, 0, end},
+      {"a large frame in pieces", {part(large, 0, 100), part(large, 100, end)}, end, 1, 0},
+      {"a large frame, then part of the next", {part(large, 0, 100), joined(part(large, 100, end), part(small, 0, 3))},
+       end + 3, 1, 3},
+      {"small frames in one read", {joined(joined(small, small), small)}, 3 * small.size(), 3, 0},
+      // The large frame's room is set aside with the next bytes that come for it.
+      {"a small frame, then the first bytes of a large one", {joined(small, part(large, 0, 9))}, small.size() + 9, 1,
+       small.size() + 9},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.what);
+    FrameReader reader;
+    for (const Bytes& piece : each.pieces) {
+      const std::size_t room = reader.roomFor(piece);
+      reader.append(piece);
+      EXPECT_EQ(reader.capacity(), room);
+    }
+    EXPECT_EQ(reader.capacity(), each.heldBefore);
+    for (std::size_t taken = 0; taken < each.frames; ++taken) {
+      const FrameParse parse = reader.next();
+      ASSERT_EQ(parse.status, FrameParse::Status::complete);
+      EXPECT_EQ(parse.frame.payload.size(), parse.frame.id == 1 ? kLarge : 1u);
+    }
+    EXPECT_FALSE(reader.frameWaiting());
+    EXPECT_EQ(reader.capacity(), each.heldAfter);
+  }
+}
+
+// Shares of a budget of 100: who is closed when one asks for more.
+TEST(MemoryBudgetTest, TheHolderOfTheLargestShareIsClosedToMakeRoom) {
+  struct Case {
+    const char* what;
+    std::vector<std::size_t> held;  // The last one asks.
+    std::size_t asked;
+    bool granted;
+    std::vector<bool> open;
+  };
+  const std::vector<Case> cases = {
+      {"within the limit exactly", {40, 30, 0}, 30, true, {true, true, true}},
+      {"a newcomer with a small frame", {60, 40, 0}, 1, true, {false, true, true}},
+      {"the asking one would hold the most", {50, 40, 10}, 51, false, {true, true, false}},
+      {"equal to the largest: the asking one goes", {50, 40, 10}, 50, false, {true, true, false}},
+      {"of equal others, the oldest goes", {45, 45, 0}, 20, true, {false, true, true}},
+      {"shrinking", {60, 40}, 10, true, {true, true}},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.what);
+    auto budget = std::make_shared<MemoryBudget>(100);
+    std::vector<std::unique_ptr<MemoryBudget::Share>> shares;
+    std::vector<bool> open(each.held.size(), true);
+    for (std::size_t index = 0; index < each.held.size(); ++index) {
+      shares.push_back(std::make_unique<MemoryBudget::Share>(budget, [&shares, &open, index] {
+        open[index] = false;
+        shares[index]->resize(0);
+      }));
+      ASSERT_TRUE(shares.back()->resize(each.held[index]));
+    }
+    EXPECT_EQ(shares.back()->resize(each.asked), each.granted);
+    EXPECT_EQ(open, each.open);
+    EXPECT_LE(budget->used(), budget->limit());
+  }
 }
 
 // Small enough for frames that a socket pair takes in one write.
@@ -97,28 +186,80 @@ TEST_F(LinkMessengerTest, AReplyLargerThanTheSocketBufferArrivesWhole) {
   EXPECT_EQ(reply->payload, large);
 }
 
-TEST_F(LinkMessengerTest, TheConnectionWhoseUnfinishedFrameWouldPassTheSharedBudgetIsClosedAlone) {
-  const Bytes frame = encodeMessageFrame(1, "echo", Bytes(48 * 1024, 7));
-  const auto start = std::span(frame).first(40 * 1024);
-  LinkPeer first = connect();
-  LinkPeer second = connect();
-  first.send(start);
-  ASSERT_TRUE(pumpUntil([&] { return messenger_.incomingBytesHeld() == start.size(); }));
-  second.send(start);
-  EXPECT_TRUE(second.closedByHost());
-  EXPECT_EQ(messenger_.connectionCount(), 1u);
-  EXPECT_EQ(messenger_.incomingBytesHeld(), start.size());
+// What the connections hold is counted exactly: the room of frames under way
+// that comes to the budget exactly is held; a byte more closes the one that
+// would hold the most.
+TEST(LinkBudgetTest, UnfinishedFramesUpToTheIncomingBudgetExactlyAreHeld) {
+  constexpr std::size_t kLargestRoom = kIncomingBudget / 4;
+  // The first bytes of a frame of `room` bytes in all.
+  const auto startOfFrame = [](std::size_t room) {
+    Bytes start = encodeReplyFrame(1, Bytes(64, 0));
+    const auto length = static_cast<std::uint32_t>(room - kFrameLengthSize);
+    for (std::size_t index = 0; index < kFrameLengthSize; ++index) start[index] = static_cast<std::uint8_t>(length >> (8 * index));
+    return start;
+  };
+  struct Case {
+    std::size_t lastRoom;
+    std::size_t held;
+    bool lastOpen;
+  };
+  for (const auto& [lastRoom, held, lastOpen] : {Case{kLargestRoom, kIncomingBudget, true},
+                                                 Case{kLargestRoom + 1, 3 * kLargestRoom, false}}) {
+    SCOPED_TRACE(lastRoom);
+    LinkMessenger messenger;
+    std::vector<LinkPeer> peers;
+    for (const std::size_t room : {kLargestRoom, kLargestRoom, kLargestRoom, lastRoom}) {
+      auto [peer, hostEnd] = LinkPeer::pair();
+      messenger.adopt(std::move(hostEnd));
+      peer.send(startOfFrame(room));
+      peers.push_back(std::move(peer));
+    }
+    EXPECT_TRUE(pumpUntil([&] { return messenger.incomingBytesHeld() == held; })) << messenger.incomingBytesHeld();
+    EXPECT_EQ(messenger.connectionCount(), lastOpen ? 4u : 3u);
+    EXPECT_EQ(peers.back().closedByHost(std::chrono::milliseconds(lastOpen ? 50 : 10'000)), !lastOpen);
+  }
+}
 
-  first.send(std::span(frame).subspan(start.size()));
-  const auto reply = first.receive();
-  ASSERT_TRUE(reply);
-  EXPECT_EQ(reply->payload.size(), 48u * 1024u);
-  EXPECT_EQ(messenger_.incomingBytesHeld(), 0u);
-  // What the finished frame held is free again for the others.
-  LinkPeer third = connect();
-  third.send(start);
-  ASSERT_TRUE(pumpUntil([&] { return messenger_.incomingBytesHeld() == start.size(); }));
-  EXPECT_FALSE(third.closedByHost(std::chrono::milliseconds(50)));
+// With a small outgoing budget, and host ends that take little at a time: the
+// connection that leaves the most answers unread is closed, whether its own
+// answer or another's needs the room.
+TEST(LinkBudgetTest, TheConnectionLeavingTheMostAnswersUnreadIsClosedWhenTheOutgoingBudgetIsFull) {
+  constexpr std::size_t kKiB = 1024;
+  struct Case {
+    const char* what;
+    std::size_t slowAsks;     // Answers of 600 KiB that the slow client does not read.
+    std::size_t readerAsks;   // Answers of 500 KiB that the other client reads.
+    bool slowOpen;
+  };
+  for (const auto& [what, slowAsks, readerAsks, slowOpen] : {Case{"one answer within the budget", 1, 0, true},
+                                                             Case{"its own second answer", 2, 0, false},
+                                                             Case{"another's answer", 1, 1, false}}) {
+    SCOPED_TRACE(what);
+    LinkMessenger messenger(kIncomingBudget, kKiB * kKiB);
+    messenger.setMessageHandler("answer", [](std::span<const std::uint8_t> message, BinaryReply reply) {
+      std::move(reply)(Bytes(static_cast<std::size_t>(message[0]) * 100 * kKiB, 1));
+    });
+    const auto connect = [&messenger] {
+      auto [peer, hostEnd] = LinkPeer::pair();
+      const int smallest = 1;  // The kernel makes it its least.
+      ::setsockopt(hostEnd.get(), SOL_SOCKET, SO_SNDBUF, &smallest, sizeof smallest);
+      messenger.adopt(std::move(hostEnd));
+      return std::move(peer);
+    };
+    LinkPeer slow = connect();
+    LinkPeer reader = connect();
+    for (std::uint32_t id = 1; id <= slowAsks; ++id) slow.send(encodeMessageFrame(id, "answer", Bytes{6}));
+    for (std::uint32_t id = 1; id <= readerAsks; ++id) {
+      reader.send(encodeMessageFrame(id, "answer", Bytes{5}));
+      const auto answer = reader.receive();
+      ASSERT_TRUE(answer);
+      EXPECT_EQ(answer->payload.size(), 500 * kKiB);
+    }
+    pumpUntil([] { return true; });
+    EXPECT_EQ(messenger.connectionCount(), slowOpen ? 2u : 1u);
+    // Nearly all of its answer waits (a socket that takes little at a time), or nothing once it is closed.
+    EXPECT_EQ(messenger.outgoingBytesHeld() > 500 * kKiB, slowOpen) << messenger.outgoingBytesHeld();
+  }
 }
 
 TEST(MethodChannelTest, APayloadThatIsNotAMethodCallIsAnsweredBadMessage) {
