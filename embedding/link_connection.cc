@@ -50,7 +50,7 @@ void LinkConnection::removeSources() {
 gboolean LinkConnection::onReadable(gint, GIOCondition, gpointer self) {
   // The handlers may drop the owner's reference; stay alive until we return.
   auto connection = static_cast<LinkConnection*>(self)->shared_from_this();
-  connection->readAvailable();
+  connection->takeTurn();
   if (!connection->isOpen()) {
     connection->readSource_ = 0;  // Removed by returning G_SOURCE_REMOVE.
     return G_SOURCE_REMOVE;
@@ -68,6 +68,23 @@ gboolean LinkConnection::onWritable(gint, GIOCondition, gpointer self) {
   return G_SOURCE_CONTINUE;
 }
 
+void LinkConnection::takeTurn() {
+  if (!framesLeft_) readAvailable();
+  std::size_t handed = 0;
+  while (isOpen() && handed < kFramesPerTurn) {
+    FrameParse parse = reader_.next();
+    if (parse.status == FrameParse::Status::incomplete) break;
+    if (parse.status == FrameParse::Status::malformed) return close("framing error: " + parse.error);
+    onFrame_(*this, std::move(parse.frame));
+    ++handed;
+  }
+  if (!isOpen()) return;
+  incomingShare_.resize(reader_.capacity());
+  // The frames left over wait for the next turn, after the other connections' turns.
+  framesLeft_ = handed == kFramesPerTurn && reader_.frameWaiting();
+  g_source_set_ready_time(g_main_context_find_source_by_id(nullptr, readSource_), framesLeft_ ? 0 : -1);
+}
+
 void LinkConnection::readAvailable() {
   std::uint8_t chunk[kReadChunk];
   const ssize_t count = ::recv(socket_.get(), chunk, sizeof chunk, MSG_DONTWAIT);
@@ -79,17 +96,6 @@ void LinkConnection::readAvailable() {
   const std::span<const std::uint8_t> bytes(chunk, static_cast<std::size_t>(count));
   if (!incomingShare_.resize(reader_.roomFor(bytes))) return;  // Closed by the budget.
   reader_.append(bytes);
-  deliverFrames();
-  if (isOpen()) incomingShare_.resize(reader_.capacity());
-}
-
-void LinkConnection::deliverFrames() {
-  while (isOpen()) {
-    FrameParse parse = reader_.next();
-    if (parse.status == FrameParse::Status::incomplete) return;
-    if (parse.status == FrameParse::Status::malformed) return close("framing error: " + parse.error);
-    onFrame_(*this, std::move(parse.frame));
-  }
 }
 
 void LinkConnection::write(std::span<const std::uint8_t> bytes) {
@@ -160,6 +166,7 @@ void LinkConnection::close(const std::optional<std::string>& fault) {
   removeSources();
   socket_.reset();
   reader_ = FrameReader();
+  framesLeft_ = false;
   unsent_ = std::vector<std::uint8_t>();
   unsentStart_ = 0;
   incomingShare_.resize(0);

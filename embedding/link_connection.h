@@ -6,8 +6,12 @@
 // bytes until the socket takes them, both driven by GLib sources on the default
 // main context.
 //
-// Each complete frame goes to the frame handler, one at a time, in arrival
-// order.
+// Turns: in each turn of the main loop it hands at most kFramesPerTurn
+// complete frames to the frame handler, one at a time, in arrival order.
+// Frames left over make its source ready again for the next turn, and it reads
+// nothing more until they are handed on. GLib dispatches every ready source of
+// one priority in each turn, so the connections take turns: one that keeps
+// sending delays another's frame by one turn at most.
 //
 // Memory: what it holds of incoming bytes (the reader's capacity) is its share
 // of the incoming budget, what it holds of unsent bytes its share of the
@@ -37,6 +41,10 @@ namespace quillon {
 
 class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
  public:
+  // A handful: the cost of a turn of the main loop is spread over a few frames,
+  // and another connection's call waits for a few cheap calls at most.
+  static constexpr std::size_t kFramesPerTurn = 8;
+
   struct Budgets {
     std::shared_ptr<MemoryBudget> incoming;
     std::shared_ptr<MemoryBudget> outgoing;
@@ -71,8 +79,8 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
  private:
   static gboolean onReadable(gint fd, GIOCondition condition, gpointer self);
   static gboolean onWritable(gint fd, GIOCondition condition, gpointer self);
+  void takeTurn();
   void readAvailable();
-  void deliverFrames();
   std::size_t sendNow(std::span<const std::uint8_t> bytes);
   bool keepUnsent(std::span<const std::uint8_t> bytes);
   void flush();
@@ -83,6 +91,7 @@ class LinkConnection : public std::enable_shared_from_this<LinkConnection> {
   FrameHandler onFrame_;
   ClosedHandler onClosed_;
   FrameReader reader_;
+  bool framesLeft_ = false;  // The last turn left complete frames in the reader.
   std::vector<std::uint8_t> unsent_;
   std::size_t unsentStart_ = 0;
   MemoryBudget::Share incomingShare_;

@@ -2,9 +2,10 @@
 //
 // Contract: owns the connections it adopts and closes them when closeAll() is
 // called or it goes away. Messages are handed to the channel's handler on the
-// main context, one at a time, in arrival order; a message to a channel without
-// a handler gets the empty reply. Replies go back to the connection that asked,
-// if it is still there; a message sent with id 0 has its reply dropped.
+// main context, one at a time, those of one connection in arrival order; a
+// message to a channel without a handler gets the empty reply. Replies go back
+// to the connection that asked, if it is still there; a message sent with id 0
+// has its reply dropped.
 // Messages that the host sends go to every connected interface. Reply frames
 // from an interface are dropped: the host never asks for an answer. The
 // connections share one budget for what they hold of incoming bytes and one

@@ -2,8 +2,8 @@
 // a reader holds; the budgets' choice of whom to close; the messenger over
 // real socket pairs, for what the built host's tests cannot arrange (frames in
 // one write and in pieces, a reply through a full socket, the budgets' exact
-// counts); a method channel's answer to what is not a method call; the
-// listener's socket rules. (That frames read whole and in
+// counts, turns taken under a burst); a method channel's answer to what is not
+// a method call; the listener's socket rules. (That frames read whole and in
 // pieces agree is the fuzz target's, fuzz/fuzz_frames.cc; broken framing,
 // broadcast, clients that leave, resident memory and the budget against real
 // clients are tested against the built host: host_end_to_end_test.cc,
@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -260,6 +261,28 @@ TEST(LinkBudgetTest, TheConnectionLeavingTheMostAnswersUnreadIsClosedWhenTheOutg
     // Nearly all of its answer waits (a socket that takes little at a time), or nothing once it is closed.
     EXPECT_EQ(messenger.outgoingBytesHeld() > 500 * kKiB, slowOpen) << messenger.outgoingBytesHeld();
   }
+}
+
+// A burst of 2,000 calls on one connection, then a call on another: the call
+// waits for one turn of the burst at most.
+TEST_F(LinkMessengerTest, AConnectionTakesItsTurnBesideABurstOfAnother) {
+  LinkPeer busy = connect();
+  LinkPeer other = connect();
+  Bytes burst;
+  for (std::uint32_t id = 1; id <= 2000; ++id) {
+    const Bytes frame = encodeMessageFrame(id, "echo", Bytes{1});
+    burst.insert(burst.end(), frame.begin(), frame.end());
+  }
+  busy.send(burst);
+  other.send(encodeMessageFrame(1, "echo", Bytes{2}));
+  const auto answer = other.receive();
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->payload, Bytes{2});
+  const auto otherCall = std::find(received_.begin(), received_.end(), Bytes{2});
+  ASSERT_NE(otherCall, received_.end());
+  EXPECT_LE(static_cast<std::size_t>(otherCall - received_.begin()), LinkConnection::kFramesPerTurn);
+  // The rest of the burst comes in the next turns, without more bytes to wake it.
+  EXPECT_TRUE(pumpUntil([&] { return received_.size() == 2001; })) << received_.size();
 }
 
 TEST(MethodChannelTest, APayloadThatIsNotAMethodCallIsAnsweredBadMessage) {
