@@ -7,6 +7,9 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <iostream>
+#include <sstream>
+#include <vector>
 
 #include "app/main_window_description.h"
 #include "tests/support/host_conversation.h"
@@ -32,6 +35,20 @@ std::string pixels(std::initializer_list<std::int64_t> points) {
   std::string text;
   for (const std::int64_t point : points) text += (text.empty() ? "" : " ") + std::to_string(point * factor);
   return text;
+}
+
+// A monitor as RandR lays it out on the X screen, device pixels.
+struct Monitor {
+  std::int64_t x = 0, y = 0, width = 0, height = 0;
+  bool operator==(const Monitor&) const = default;
+  bool holds(std::int64_t pointX, std::int64_t pointY) const {
+    return pointX >= x && pointX < x + width && pointY >= y && pointY < y + height;
+  }
+};
+
+// The answer of a screen command as the interface reads it.
+std::string screenSize(std::int64_t width, std::int64_t height) {
+  return "{\"width\": " + std::to_string(width) + ", \"height\": " + std::to_string(height) + "}";
 }
 
 class DesktopHostTest : public CatalogueEndToEndTest {
@@ -83,6 +100,28 @@ class DesktopHostTest : public CatalogueEndToEndTest {
   bool movedTo(const std::string& window, std::int64_t x, std::int64_t y) {
     tool("xdotool windowmove " + window + " " + pixels({x, y}));
     return settled([&] { return geometry(window, false); }, pixels({x, y}), 5s) == pixels({x, y});
+  }
+
+  // The root's child that holds the window: the window manager's frame around it, or the window itself.
+  std::string frameOf(const std::string& window) const {
+    return tool("w=" + window + "; while p=$(xwininfo -tree -id $w | sed -n '/Parent window id/{/(the root window)/!"
+                "s/.*id: \\(0x[0-9a-f]*\\).*/\\1/p}'); [ -n \"$p\" ]; do w=$p; done; echo $w");
+  }
+
+  // The desktop's monitors, from xrandr (independently of GDK, which the host asks).
+  std::vector<Monitor> monitors() const {
+    // " 1: +DUMMY1 1920/508x1080/286+1280+0  DUMMY1" gives "1280 0 1920 1080".
+    std::istringstream lines(tool("xrandr --listmonitors | sed -n 's|.* \\([0-9]*\\)/[0-9]*x\\([0-9]*\\)/[0-9]*"
+                                  "+\\([0-9]*\\)+\\([0-9]*\\) .*|\\3 \\4 \\1 \\2|p'"));
+    std::vector<Monitor> found;
+    for (Monitor monitor; lines >> monitor.x >> monitor.y >> monitor.width >> monitor.height;) found.push_back(monitor);
+    return found;
+  }
+
+  // What a screen command answers: its result map, or the failure.
+  std::string screen(const char* method) {
+    const ChannelReply reply = call(method);
+    return reply.isSuccess() ? describe(reply.value()) : describe(reply);
   }
 
   // Gives the window the keyboard; whether the desktop did.
@@ -193,6 +232,66 @@ TEST_F(DesktopHostTest, ASecondLaunchBringsTheShownWindowForwardAndEndsWithZero)
   EXPECT_TRUE(running(host_));
   if (!keyboardMoves) GTEST_SKIP() << "the desktop gives no window the keyboard: where it goes is not checked";
   EXPECT_EQ(settled([&] { return tool("xdotool getwindowfocus"); }, window), window);
+}
+
+// Shown and given the keyboard, then moved by another program to another
+// monitor and back (its own window moved, as a pager moves it, or the window
+// manager's frame around it, as a drag by the title bar does) and given the
+// keyboard again: the screen commands answer the monitor the window is on now
+// (no desktop here has panels: the work area is the whole monitor), and show
+// command 3 gives the window that monitor's size. A window manager may put a
+// frame moved behind its back where it was (KWin does): the answers then
+// follow where the window is.
+TEST_F(DesktopHostTest, TheMainScreenFollowsTheWindowToTheMonitorItWasMovedTo) {
+  const std::vector<Monitor> outputs = monitors();
+  if (outputs.size() < 2) GTEST_SKIP() << "one monitor: there is no other to move the window to";
+  const std::string window = showMainWindow();
+  ASSERT_FALSE(window.empty());
+  if (!focused(window)) GTEST_SKIP() << "the desktop gives no window the keyboard";
+  // The monitor that holds the window's centre.
+  const auto monitorOfWindow = [&]() -> std::optional<Monitor> {
+    std::istringstream frame(geometry(window));
+    std::int64_t x = 0, y = 0, width = 0, height = 0;
+    frame >> x >> y >> width >> height;
+    for (const Monitor& monitor : outputs) {
+      if (monitor.holds(x + width / 2, y + height / 2)) return monitor;
+    }
+    return std::nullopt;
+  };
+  const std::optional<Monitor> first = monitorOfWindow();
+  ASSERT_TRUE(first) << geometry(window);
+  EXPECT_EQ(screen("window::getScreenBounds"), screenSize(first->width, first->height));
+  const Monitor other = outputs[outputs[0] == *first ? 1 : 0];
+
+  const std::vector<std::tuple<const char*, std::string, Monitor>> moves = {
+      {"its window to the other monitor", window, other},
+      {"its window back", window, *first},
+      {"its frame to the other monitor", frameOf(window), other},
+  };
+  bool reachedTheOther = false;
+  for (const auto& [how, moved, target] : moves) {
+    SCOPED_TRACE(how);
+    tool("xdotool windowmove --sync " + moved + " " + std::to_string(target.x + 220) + " " +
+         std::to_string(target.y + 100));
+    std::optional<Monitor> now;
+    if (waitUntil([&] { return (now = monitorOfWindow()) == target; }, 5s)) {
+      reachedTheOther = reachedTheOther || target == other;
+    } else {
+      std::cout << how << ": the window manager kept the window at " << geometry(window) << "\n";
+    }
+    ASSERT_TRUE(now) << geometry(window);
+    EXPECT_TRUE(focused(window));
+    const std::string size = screenSize(now->width, now->height);
+    EXPECT_EQ(settled([&] { return screen("window::getScreenBounds"); }, size), size);
+    EXPECT_EQ(screen("window::getScreenWorkingAreaDimensions"), size);
+    EXPECT_EQ(showWindow(window, 3), ChannelReply::success(true));
+    const std::string monitorSize = " " + std::to_string(now->width) + " " + std::to_string(now->height);
+    EXPECT_TRUE(waitUntil([&] { return geometry(window).ends_with(monitorSize); }, 5s)) << geometry(window);
+    // Back to its described size, so that it fits on either monitor again.
+    const WindowFrame& described = kMainWindowDescription.frame;
+    tool("xdotool windowsize --sync " + window + " " + pixels({described.width, described.height}));
+  }
+  if (!reachedTheOther) GTEST_SKIP() << "the window manager let no move take the window to the other monitor";
 }
 
 }  // namespace
