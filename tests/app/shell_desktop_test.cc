@@ -27,13 +27,17 @@ std::string settled(Probe probe, const std::string& expected, std::chrono::milli
   return value;
 }
 
-// Points as the X server counts them, in device pixels at the desktop's scale
-// for GTK applications (as GNOME sets it on a HiDPI panel), joined by spaces.
-std::string pixels(std::initializer_list<std::int64_t> points) {
+// Device pixels per point: the desktop's scale for GTK applications (as GNOME
+// sets it on a HiDPI panel).
+std::int64_t scaleFactor() {
   const char* scale = std::getenv("GDK_SCALE");
-  const std::int64_t factor = scale != nullptr && std::atoi(scale) > 0 ? std::atoi(scale) : 1;
+  return scale != nullptr && std::atoi(scale) > 0 ? std::atoi(scale) : 1;
+}
+
+// Points as the X server counts them, in device pixels, joined by spaces.
+std::string pixels(std::initializer_list<std::int64_t> points) {
   std::string text;
-  for (const std::int64_t point : points) text += (text.empty() ? "" : " ") + std::to_string(point * factor);
+  for (const std::int64_t point : points) text += (text.empty() ? "" : " ") + std::to_string(point * scaleFactor());
   return text;
 }
 
@@ -102,6 +106,11 @@ class DesktopHostTest : public CatalogueEndToEndTest {
     return settled([&] { return geometry(window, false); }, pixels({x, y}), 5s) == pixels({x, y});
   }
 
+  // Whether the window manager says it supports this hint (_NET_SUPPORTED).
+  bool supports(const std::string& hint) const {
+    return (tool("xprop -root _NET_SUPPORTED") + ",").find(" " + hint + ",") != std::string::npos;
+  }
+
   // The root's child that holds the window: the window manager's frame around it, or the window itself.
   std::string frameOf(const std::string& window) const {
     return tool("w=" + window + "; while p=$(xwininfo -tree -id $w | sed -n '/Parent window id/{/(the root window)/!"
@@ -147,7 +156,8 @@ TEST_F(DesktopHostTest, TheMainWindowIsHiddenAtStartUpWithItsNumberAndASecondLau
 }
 
 // Shown, it has the described frame and title, no title bar, and the class
-// under which docks and task bars find the menu entry (its StartupWMClass).
+// under which docks and task bars find the menu entry (its StartupWMClass);
+// the window services list it with that rectangle and title.
 TEST_F(DesktopHostTest, ShownItHasTheDescribedFrameNoTitleBarAndTheDesktopEntrysClass) {
   const std::string window = showMainWindow();
   ASSERT_FALSE(window.empty());
@@ -162,10 +172,26 @@ TEST_F(DesktopHostTest, ShownItHasTheDescribedFrameNoTitleBarAndTheDesktopEntrys
     EXPECT_FALSE(movedTo(window, 200, 150)) << "not at its described place: " << placed;
     EXPECT_THAT(placed, ::testing::EndsWith(" " + pixels({frame.width, frame.height})));
   }
-  // No frame from the window manager, where it says what it draws (Weston's XWayland manager does not).
-  if ((tool("xprop -root _NET_SUPPORTED") + ",").find(" _NET_FRAME_EXTENTS,") != std::string::npos) {
-    EXPECT_EQ(tool("xprop -id " + window + " _NET_FRAME_EXTENTS"), "_NET_FRAME_EXTENTS(CARDINAL) = 0, 0, 0, 0");
+  // No frame from the window manager, where it says what it draws (Weston's XWayland manager does not): edges
+  // of 0, or none said (mutter and KWin say nothing for a window they do not decorate) and nothing around it.
+  if (supports("_NET_FRAME_EXTENTS")) {
+    const std::string extents = tool("xprop -id " + window + " _NET_FRAME_EXTENTS");
+    if (extents != "_NET_FRAME_EXTENTS(CARDINAL) = 0, 0, 0, 0") {
+      EXPECT_EQ(extents, "_NET_FRAME_EXTENTS:  not found.");
+      EXPECT_EQ(geometry(frameOf(window)), geometry(window));
+    }
   }
+  // Listed by its frame: the window itself, or Weston's frame with its shadow margins around it.
+  std::istringstream area(geometry(frameOf(window)));
+  std::int64_t x = 0, y = 0, width = 0, height = 0;
+  area >> x >> y >> width >> height;
+  const std::int64_t scale = scaleFactor();
+  const auto processId = argumentMap({{"processId", std::int64_t{host_.pid()}}});
+  EXPECT_EQ(describe(call("window::getWindowRect", processId)),
+            "success({\"top\": " + std::to_string(y / scale) + ", \"left\": " + std::to_string(x / scale) +
+                ", \"bottom\": " + std::to_string((y + height) / scale) +
+                ", \"right\": " + std::to_string((x + width) / scale) + "})");
+  EXPECT_EQ(call("process::getMainWindowTitle", processId), ChannelReply::success(kMainWindowDescription.title));
   EXPECT_EQ(tool("xprop -id " + window + " _MOTIF_WM_HINTS"),
             "_MOTIF_WM_HINTS(_MOTIF_WM_HINTS) = 0x2, 0x0, 0x0, 0x0, 0x0");
   const std::string windowClass = kMainWindowDescription.windowClass;
@@ -177,35 +203,55 @@ TEST_F(DesktopHostTest, ShownItHasTheDescribedFrameNoTitleBarAndTheDesktopEntrys
 // Moved from outside (as a window manager or a pager moves it) to where a
 // window mapped anew would be pushed back onto the screen (it hangs past the
 // right edge), hidden each way the interface can hide it, and shown again each
-// way it can show it (by its number too): it stands where it was.
+// way it can show it (by its number too): it stands where it was. mutter and
+// KWin keep a window that fits on its monitor wholly on it, against another
+// client's move too: there the places are ones where it fits.
 TEST_F(DesktopHostTest, TheMainWindowKeepsItsPlaceHoweverItWasHidden) {
   const std::string window = showMainWindow();
   ASSERT_FALSE(window.empty());
   const auto position = [&] { return geometry(window, false); };
-  if (!movedTo(window, 400, 300)) GTEST_SKIP() << "the window manager does not let other clients move windows";
+  std::pair<std::int64_t, std::int64_t> first{400, 300}, second{500, 200};
+  if (!movedTo(window, first.first, first.second)) {
+    first = {150, 250}, second = {100, 200};
+    if (!movedTo(window, first.first, first.second)) {
+      GTEST_SKIP() << "the window manager does not let other clients move windows";
+    }
+  }
+  const std::string firstPlace = pixels({first.first, first.second}), secondPlace = pixels({second.first, second.second});
   EXPECT_EQ(windowPlugin("hideWindow"), ChannelReply::success());
   EXPECT_EQ(settled([this] { return visibleWindow(); }, ""), "");
   EXPECT_EQ(showMainWindow(), window);
-  EXPECT_EQ(settled(position, pixels({400, 300})), pixels({400, 300})) << "hidden by the plug-in";
+  EXPECT_EQ(settled(position, firstPlace), firstPlace) << "hidden by the plug-in";
 
-  ASSERT_TRUE(movedTo(window, 500, 200));
+  ASSERT_TRUE(movedTo(window, second.first, second.second));
   EXPECT_EQ(showWindow(window, 0), ChannelReply::success(true));
   EXPECT_EQ(settled([this] { return visibleWindow(); }, ""), "");
   EXPECT_EQ(showWindow(window, 1), ChannelReply::success(true));
   EXPECT_EQ(settled([this] { return visibleWindow(); }, window), window);
-  EXPECT_EQ(settled(position, pixels({500, 200})), pixels({500, 200})) << "hidden by command 0, shown by command 1";
+  EXPECT_EQ(settled(position, secondPlace), secondPlace) << "hidden by command 0, shown by command 1";
 }
 
-// Ctrl+Q (the Quit command) and the window manager's close (Alt+F4 on this
-// desktop) are termination requests like SIGTERM: offered, refused, window kept.
+// Ctrl+Q (the Quit command) and the window manager's close are termination
+// requests like SIGTERM: offered, refused, window kept. The window manager
+// closes at a pager's or task bar's request (_NET_CLOSE_WINDOW), and on Alt+F4
+// (on every desktop here). Keys typed through XTEST reach X clients alone: a
+// Wayland compositor (mutter, KWin, Weston) never sees them as its own, so
+// there Alt+F4 is not typed.
 TEST_F(DesktopHostTest, QuitShortcutAndWindowManagerCloseOfferTheQuitAndKeepTheWindow) {
   const std::string window = showMainWindow();
   ASSERT_FALSE(window.empty());
+  const char* wayland = std::getenv("WAYLAND_DISPLAY");
+  const bool compositorReadsXKeys = wayland == nullptr || *wayland == '\0';
+  std::vector<std::string> requests;
+  if (supports("_NET_CLOSE_WINDOW")) requests.push_back("wmctrl -i -c " + window);
   for (const char* keys : {"ctrl+q", "alt+F4"}) {
+    if (keys == std::string("ctrl+q") || compositorReadsXKeys) requests.push_back(std::string("xdotool key ") + keys);
+  }
+  for (const std::string& request : requests) {
     // Keys go where the keyboard focus is.
-    if (!focused(window)) GTEST_SKIP() << "the desktop gives no window the keyboard";
-    tool(std::string("xdotool key ") + keys);
-    EXPECT_EQ(nextHostCall(*client_), kCloseRequest) << keys;
+    if (request.starts_with("xdotool") && !focused(window)) GTEST_SKIP() << "the desktop gives no window the keyboard";
+    tool(request);
+    EXPECT_EQ(nextHostCall(*client_), kCloseRequest) << request;
     expectNoFurtherHostCalls(*client_);
     EXPECT_TRUE(running(host_));
     EXPECT_EQ(visibleWindow(), window);
