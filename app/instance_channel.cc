@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "commands/argument_limits.h"
 #include "commands/command_arguments.h"
 
 namespace quillon {
@@ -20,6 +21,7 @@ void answerInstanceCall(Application& application, const MethodCall& call, ReplyC
       std::move(reply).error("INVALID_ARGUMENT", "Expected startupId");
       return;
     }
+    if (refuseBeyondLimit(kStartupIdLimit, *given, reply)) return;
     startupId = *given;
   }
   std::move(reply).success(application.reopen(startupId));

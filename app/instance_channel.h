@@ -4,6 +4,8 @@
 // the arguments {"startupId": the launch's desktop startup notification, or ""}
 // (null arguments are a launch without one); the running host brings its main
 // window forward when the interface has shown it, and answers whether it did.
+// An id beyond kStartupIdLimit (commands/argument_limits.h), which would reach
+// the X server, is refused with "INVALID_ARGUMENT".
 //
 // Contract: main thread only. The messenger and the application must outlive
 // the channel; the destructor removes its handler. Every call is answered once.

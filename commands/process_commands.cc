@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "commands/argument_limits.h"
 #include "commands/command_arguments.h"
 #include "commands/command_replies.h"
 #include "process/process_manager.h"
@@ -49,6 +50,7 @@ CommandHandler getProcessesByName(Services services) {
     const auto arguments = CommandArguments::from(call.arguments);
     const std::string* name = arguments ? arguments->string("name") : nullptr;
     if (name == nullptr) return answerInvalidArgument(std::move(reply), "Expected process name");
+    if (refuseBeyondLimit(kProcessNameLimit, *name, reply)) return;
     services().getProcessesByName(*name, std::move(reply));
   };
 }

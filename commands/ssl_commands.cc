@@ -1,5 +1,6 @@
 #include "commands/ssl_commands.h"
 
+#include "commands/argument_limits.h"
 #include "commands/command_arguments.h"
 #include "commands/command_replies.h"
 #include "commands/internet_date_time.h"
@@ -19,6 +20,7 @@ CommandHandler isCertificateAvailable(const IdentityServices& identity) {
       answerInvalidArgument(std::move(reply), "Expected subject and expirationDate");
       return;
     }
+    if (refuseBeyondLimit(kCertificateSubjectLimit, *subject, reply)) return;
     std::move(reply).success(SSLFunctions::isCertificateAvailable(identity, *subject, *expirationDate));
   };
 }
@@ -31,6 +33,7 @@ CommandHandler addCertificate(const IdentityServices& identity) {
       answerInvalidArgument(std::move(reply), "Expected certificate");
       return;
     }
+    if (refuseBeyondLimit(kCertificateLimit, *certificate, reply)) return;
     std::move(reply).success(SSLFunctions::addCertificate(identity, *certificate));
   };
 }

@@ -1,5 +1,6 @@
 #include "commands/window_commands.h"
 
+#include "commands/argument_limits.h"
 #include "commands/command_arguments.h"
 #include "commands/command_replies.h"
 #include "window/application_window.h"
@@ -68,6 +69,9 @@ CommandHandler showAlert(const WindowServices& services) {
     const std::string* message = arguments ? arguments->string("message") : nullptr;
     const ChannelValue* timeout = arguments ? arguments->present("timeout") : nullptr;
     if (!title || !message || !timeout) return answerInvalidArgument(std::move(reply), "Expected title and message");
+    if (refuseBeyondLimit(kAlertTitleLimit, *title, reply) || refuseBeyondLimit(kAlertMessageLimit, *message, reply)) {
+      return;
+    }
     ApplicationWindow::showAlert(services, *title, *message, timeout->asInteger().value_or(0));
     std::move(reply).success();
   };

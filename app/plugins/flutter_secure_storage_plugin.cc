@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "channel/utf8_text.h"
+#include "commands/argument_limits.h"
 #include "commands/command_arguments.h"
 #include "commands/command_replies.h"
 #include "embedding/method_channel.h"
@@ -63,6 +64,7 @@ struct KeyedCall {
 void writeValue(SecretStore& store, const std::string& key, const CommandArguments& arguments, ReplyCallback reply) {
   const std::string* value = arguments.string("value");
   if (value == nullptr) return answerInvalidArgument(std::move(reply), "Expected a string \"value\"");
+  if (refuseBeyondLimit(kSecretValueLimit, *value, reply)) return;
   store.store(key, *value, answerDone(std::move(reply)));
 }
 
@@ -89,6 +91,7 @@ void answerKeyedCall(SecretStore& store, const KeyedCall& keyed, const MethodCal
   const std::optional<CommandArguments> arguments = CommandArguments::from(call.arguments);
   const std::string* key = arguments ? arguments->string("key") : nullptr;
   if (key == nullptr) return answerInvalidArgument(std::move(reply), "Expected a string \"key\"");
+  if (refuseBeyondLimit(kSecretKeyLimit, *key, reply)) return;
   keyed.start(store, *key, *arguments, std::move(reply));
 }
 

@@ -7,6 +7,8 @@
 //   "containsKey" {"key": String} -> whether there is a value;
 //   "delete" {"key": String} -> null, whether or not there was a value;
 //   without a string "key", or "value" for "write" -> "INVALID_ARGUMENT";
+//   a key or value beyond kSecretKeyLimit or kSecretValueLimit
+//       (commands/argument_limits.h) -> "INVALID_ARGUMENT", the store untouched;
 // and two calls whose arguments are ignored:
 //   "readAll" -> a map of every key to its value, keys in byte order;
 //   "deleteAll" -> null;

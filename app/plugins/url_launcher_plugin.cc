@@ -3,6 +3,7 @@
 #include <string>
 
 #include "channel/utf8_text.h"
+#include "commands/argument_limits.h"
 #include "commands/command_arguments.h"
 #include "commands/command_replies.h"
 #include "embedding/method_channel.h"
@@ -17,11 +18,10 @@ void answerUrlCall(UrlOpener& urls, const MethodCall& call, ReplyCallback reply)
   }
   const std::optional<CommandArguments> arguments = CommandArguments::from(call.arguments);
   const std::string* url = arguments ? arguments->string("url") : nullptr;
-  if (url == nullptr) {
-    answerInvalidArgument(std::move(reply), "Expected url");
-  } else if (call.method == "canLaunch") {
-    std::move(reply).success(urls.canOpen(*url));
-  } else if (const Expected<void> opened = urls.open(*url); !opened) {
+  if (url == nullptr) return answerInvalidArgument(std::move(reply), "Expected url");
+  if (refuseBeyondLimit(kUrlLimit, *url, reply)) return;
+  if (call.method == "canLaunch") return std::move(reply).success(urls.canOpen(*url));
+  if (const Expected<void> opened = urls.open(*url); !opened) {
     std::move(reply).error("Launch Error", "Failed to launch URL: " + toUtf8Text(opened.error().reason));
   } else {
     std::move(reply).success(true);

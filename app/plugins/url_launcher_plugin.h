@@ -5,6 +5,8 @@
 //   "launch" {"url": String} -> true once the application has been started,
 //       or the error "Launch Error" with the desktop's reason;
 //   without a string "url" -> the error "INVALID_ARGUMENT", "Expected url";
+//   a "url" beyond kUrlLimit (commands/argument_limits.h) -> "INVALID_ARGUMENT"
+//       with its refusal, before any application is looked for;
 //   any other name -> not-implemented.
 #pragma once
 

@@ -340,5 +340,21 @@ TEST_F(DesktopHostTest, TheMainScreenFollowsTheWindowToTheMonitorItWasMovedTo) {
   if (!reachedTheOther) GTEST_SKIP() << "the window manager let no move take the window to the other monitor";
 }
 
+// A startup id far beyond any desktop's, handed over while the window is
+// shown, would become an X property too large for the server, whose error
+// would end the host: it is refused, and the host and its window carry on.
+TEST_F(DesktopHostTest, AStartupIdBeyondItsSizeIsRefusedAndTheShownHostServesOn) {
+  const std::string window = showMainWindow();
+  ASSERT_FALSE(window.empty());
+  const ChannelValue arguments = argumentMap({{"startupId", std::string(16 * 1024 * 1024, 'i')}});
+  EXPECT_EQ(callHost(*client_, "quillon.app/instance", "activate", arguments),
+            ChannelReply::error("INVALID_ARGUMENT", "Expected startupId of at most 4096 bytes without NUL"));
+  EXPECT_EQ(callHost(*client_, "quillon.app/instance", "activate", argumentMap({{"startupId", "launch-3_TIME0"}})),
+            ChannelReply::success(true));
+  EXPECT_EQ(tool("xprop -id " + window + " _NET_STARTUP_ID"), "_NET_STARTUP_ID(UTF8_STRING) = \"launch-3_TIME0\"");
+  EXPECT_TRUE(running(host_));
+  EXPECT_EQ(host_.stop(), 0) << host_.errorOutput();
+}
+
 }  // namespace
 }  // namespace quillon::testing

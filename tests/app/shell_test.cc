@@ -2,10 +2,14 @@
 // the hand-over of a second launch.
 #include <gtest/gtest.h>
 
+#include <variant>
+
 #include "app/app_delegate.h"
 #include "app/application.h"
 #include "app/instance_channel.h"
 #include "app/main_flutter_window.h"
+#include "app/plugins/flutter_secure_storage_plugin.h"
+#include "app/plugins/url_launcher_plugin.h"
 #include "app/view_engine.h"
 #include "bundle/assembly_data.h"
 #include "channel/channel_names.h"
@@ -50,7 +54,8 @@ struct FakeMainLoop final : MainLoop {
 };
 
 // A desktop without windows, screens, alerts, URL handlers or keyring, for the
-// window commands and the plug-ins. (The built host is tested with the real ones.)
+// window commands and the plug-ins; it records the URLs and keys it is given.
+// (The built host is tested with the real ones.)
 struct NoDesktop final : HostWindows, Screens, TextMeasurer, AlertWindowFactory, MainQueue, UrlOpener, SecretStore {
   std::vector<std::unique_ptr<HostWindow>> windows() override { return {}; }
   std::unique_ptr<HostWindow> keyWindow() override { return nullptr; }
@@ -59,13 +64,29 @@ struct NoDesktop final : HostWindows, Screens, TextMeasurer, AlertWindowFactory,
   std::unique_ptr<AlertWindow> create(const AlertWindowStyle&) override { return nullptr; }
   void post(Job) override {}
   void postAfter(std::chrono::seconds, Job) override {}
-  bool canOpen(const std::string&) const override { return false; }
-  Expected<void> open(const std::string&) override { return Failure{"no handlers in this test"}; }
-  void store(const std::string&, const std::string&, Completion<void>) override {}
-  void lookup(const std::string&, Completion<std::optional<std::string>>) override {}
-  void remove(const std::string&, Completion<void>) override {}
+  bool canOpen(const std::string& url) const override {
+    given.push_back(url);
+    return false;
+  }
+  Expected<void> open(const std::string& url) override {
+    given.push_back(url);
+    return Failure{"no handlers in this test"};
+  }
+  void store(const std::string& key, const std::string& value, Completion<void> done) override {
+    given.push_back(key + "=" + value);
+    std::move(done)({});
+  }
+  void lookup(const std::string& key, Completion<std::optional<std::string>> done) override {
+    given.push_back(key);
+    std::move(done)(std::nullopt);
+  }
+  void remove(const std::string& key, Completion<void> done) override {
+    given.push_back(key);
+    std::move(done)({});
+  }
   void list(Completion<Entries>) override {}
   void removeAll(Completion<void>) override {}
+  mutable std::vector<std::string> given;
 };
 
 struct FakeEngine final : ViewEngine {
@@ -244,6 +265,57 @@ TEST(InstanceChannelTest, ActivateBringsOnlyAShownWindowForwardAndEndsAHiddenOne
     // The handler goes with the channel.
     host.channel.reset();
     EXPECT_FALSE(host.messenger.hasHandler(InstanceChannel::kName));
+  }
+}
+
+// Each text the shell hands on keeps to its limit: up to it, the text reaches
+// the window or the plug-in's service as it is; a byte more, or a NUL where a
+// C string would end there, is refused before it goes anywhere.
+TEST(ArgumentLimitsTest, TextsBeyondTheirLimitsAreRefusedBeforeTheyGoAnywhere) {
+  using testing::argumentMap;
+  const std::string id(4096, 'i');
+  const std::string url = "https://example.org/" + std::string(64 * 1024 - 20, 'u');
+  const std::string key(4096, 'k');
+  const std::string value(64 * 1024, 'v');
+  const std::string withNul("a\0b", 3);
+  const char* storage = FlutterSecureStoragePlugin::kChannel;
+  const char* urls = UrlLauncherPlugin::kChannel;
+  const auto refused = [](const std::string& message) { return ChannelReply::error("INVALID_ARGUMENT", message); };
+  const ChannelReply idRefused = refused("Expected startupId of at most 4096 bytes without NUL");
+  const ChannelReply urlRefused = refused("Expected url of at most 65536 bytes without NUL");
+  const ChannelReply keyRefused = refused("Expected a string \"key\" of at most 4096 bytes without NUL");
+  const ChannelReply valueRefused = refused("Expected a string \"value\" of at most 65536 bytes");
+  // {channel, method, arguments, what reached the window or the service, or the refusal}
+  const std::tuple<const char*, const char*, ChannelValue, std::variant<std::string, ChannelReply>> cases[] = {
+      {InstanceChannel::kName, "activate", argumentMap({{"startupId", id}}), id},
+      {InstanceChannel::kName, "activate", argumentMap({{"startupId", id + "i"}}), idRefused},
+      {InstanceChannel::kName, "activate", argumentMap({{"startupId", withNul}}), idRefused},
+      {urls, "canLaunch", argumentMap({{"url", url}}), url},
+      {urls, "launch", argumentMap({{"url", url}}), url},
+      {urls, "canLaunch", argumentMap({{"url", url + "u"}}), urlRefused},
+      {urls, "launch", argumentMap({{"url", url + "u"}}), urlRefused},
+      {urls, "launch", argumentMap({{"url", withNul}}), urlRefused},
+      {storage, "read", argumentMap({{"key", key}}), key},
+      {storage, "write", argumentMap({{"key", "k"}, {"value", value}}), "k=" + value},
+      {storage, "containsKey", argumentMap({{"key", key + "k"}}), keyRefused},
+      {storage, "read", argumentMap({{"key", key + "k"}}), keyRefused},
+      {storage, "delete", argumentMap({{"key", withNul}}), keyRefused},
+      {storage, "write", argumentMap({{"key", withNul}, {"value", "v"}}), keyRefused},
+      {storage, "write", argumentMap({{"key", "k"}, {"value", value + "v"}}), valueRefused},
+  };
+  for (const auto& [channel, method, arguments, outcome] : cases) {
+    SCOPED_TRACE(std::string(method) + " " + describe(arguments).substr(0, 60));
+    RunningHost host(Window::shown);
+    host.window->awakeFromNib();
+    const ChannelReply reply = host.call(channel, method, arguments);
+    std::vector<std::string> reached = host.native.broughtForward;
+    reached.insert(reached.end(), host.desktop.given.begin(), host.desktop.given.end());
+    if (const auto* refusal = std::get_if<ChannelReply>(&outcome)) {
+      EXPECT_EQ(reply, *refusal);
+      EXPECT_TRUE(reached.empty());
+    } else {
+      EXPECT_EQ(reached, std::vector<std::string>{std::get<std::string>(outcome)});
+    }
   }
 }
 

@@ -146,6 +146,23 @@ TEST_F(SslCommandsTest, AddsTheDecodedCertificateOrAnswersFalseOrRefuses) {
   EXPECT_TRUE(platform.diagnostics.lines.empty());
 }
 
+// A subject and a certificate up to their limits reach the keychain; a byte
+// more is refused before it.
+TEST_F(SslCommandsTest, SubjectsAndCertificatesBeyondTheirLimitsAreRefusedBeforeTheKeychain) {
+  const std::string subject(4096, 's');
+  // The store's base64 reading skips what is not in its alphabet: 1 MiB of text for a small certificate.
+  const std::string certificate = "MAMCAQc=" + std::string(1024 * 1024 - 8, '\n');
+  EXPECT_EQ(check("2020-01-01T00:00:00Z", subject), ChannelReply::success(false));
+  EXPECT_EQ(check("2020-01-01T00:00:00Z", subject + "s"),
+            ChannelReply::error("INVALID_ARGUMENT", "Expected subject of at most 4096 bytes"));
+  ASSERT_EQ(platform.keychain.searches.size(), 1U);
+  EXPECT_EQ(platform.keychain.searches[0].label, subject);
+  EXPECT_EQ(add(certificate), ChannelReply::success(true));
+  EXPECT_EQ(add(certificate + "\n"),
+            ChannelReply::error("INVALID_ARGUMENT", "Expected certificate of at most 1048576 bytes"));
+  EXPECT_EQ(platform.keychain.added, std::vector<std::vector<std::uint8_t>>{kDer});
+}
+
 // The identity commands ignore their arguments.
 TEST_F(SslCommandsTest, MacAddressIsTheFirstInterfaceWithAUtf8AddressAndTheUuidThePlatformsValue) {
   using Interfaces = std::optional<std::vector<NetworkInterface>>;

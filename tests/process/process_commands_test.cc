@@ -190,6 +190,18 @@ TEST_F(ProcessCommandsTest, ProcessesByNameMatchesWholeNames) {
   }
 }
 
+// A name up to its limit is compared with every process's; a byte more is
+// refused before the table is read.
+TEST_F(ProcessCommandsTest, ANameBeyondItsLimitIsRefusedBeforeTheProcessTableIsRead) {
+  const std::string name(4096, 'n');
+  applications.applications = {{name, 10}};
+  EXPECT_EQ(call("process::getProcessesByName", argumentMap({{"name", name}})),
+            ChannelReply::success(processIdListValue({10})));
+  applications.applications = {{name + "n", 11}};
+  EXPECT_EQ(call("process::getProcessesByName", argumentMap({{"name", name + "n"}})),
+            ChannelReply::error("INVALID_ARGUMENT", "Expected process name of at most 4096 bytes"));
+}
+
 // Anything but an integer "processId" in a map of string keys is refused, and runs nothing.
 TEST_F(ProcessCommandsTest, ProcessIdCommandsRefuseAnythingButAnIntegerProcessId) {
   for (const char* method : {"process::isAlive", "process::getMainWindowHandle", "process::getMainWindowTitle",

@@ -171,6 +171,33 @@ TEST_F(WindowCommandsTest, ShowAlertAnswersNullBeforeTheAlertExists) {
   }
 }
 
+// Texts up to their limits are measured as they are; a byte more, and the
+// call is refused before anything is posted.
+TEST_F(WindowCommandsTest, AlertTextsBeyondTheirLimitsAreRefusedBeforeAnythingIsPosted) {
+  const std::string title(256, 't');
+  const std::string message(1024, 'm');
+  desktop.heights = {{title, 20.0}, {message, 20.0}, {"t", 20.0}, {"m", 20.0}};
+  const std::tuple<std::string, std::string, std::optional<std::string>> cases[] = {
+      {title, message, std::nullopt},
+      {title + "t", "m", "Expected title of at most 256 bytes"},
+      {"t", message + "m", "Expected message of at most 1024 bytes"},
+      {title + "t", message + "m", "Expected title of at most 256 bytes"},
+  };
+  for (const auto& [sentTitle, sentMessage, refusal] : cases) {
+    desktop.measured.clear();
+    const ChannelReply reply =
+        call("window::showAlert", argumentMap({{"title", sentTitle}, {"message", sentMessage}, {"timeout", 0}}));
+    desktop.runPosted();
+    if (refusal) {
+      EXPECT_EQ(reply, ChannelReply::error("INVALID_ARGUMENT", *refusal));
+      EXPECT_TRUE(desktop.measured.empty());
+    } else {
+      EXPECT_EQ(reply, ChannelReply::success());
+      EXPECT_EQ(desktop.measured.size(), 2U);
+    }
+  }
+}
+
 TEST(NonModalAlertWindowTest, ContentHeightCapsTheMessageAndRoundsUpTheTitle) {
   // {message, title, content height}: the message is capped at 300 and not rounded.
   const double cases[][3] = {{48.0, 19.1, 148.0}, {450.0, 20.0, 400.0}, {300.0, 20.0, 400.0}, {48.5, 20.0, 148.5},
