@@ -10,13 +10,11 @@ namespace {
 
 // The running host's answer: whether its window came forward, or the reason
 // it did not take the launch.
-Expected<bool> askRunningHost(const std::string& socketPath, const std::string& startupId) {
-  const auto client = LinkClient::connect(socketPath);
-  if (!client) return client.error();
+Expected<bool> askRunningHost(LinkClient& host, const std::string& startupId) {
   ChannelMap arguments;
   arguments.set("startupId", startupId);
   const auto reply =
-      (*client)->call(InstanceChannel::kName, MethodCall{"activate", std::move(arguments)}, kHandoverAnswerTime);
+      host.call(InstanceChannel::kName, MethodCall{"activate", std::move(arguments)}, kHandoverAnswerTime);
   if (!reply) return reply.error();
   if (reply->isSuccess() && reply->value().is<bool>()) return reply->value().get<bool>();
   return Failure{"it answered " + describe(*reply)};
@@ -25,7 +23,12 @@ Expected<bool> askRunningHost(const std::string& socketPath, const std::string& 
 }  // namespace
 
 int handOverLaunch(const std::string& socketPath, const std::string& startupId, const std::string& refusal) {
-  const Expected<bool> broughtForward = askRunningHost(socketPath, startupId);
+  const auto host = LinkClient::connect(socketPath, kHandoverAnswerTime);
+  if (!host && host.error().kind == LinkClient::ConnectFailure::Kind::anotherUser) {
+    std::fprintf(stderr, "quillon-host: %s; the launch is not handed over to it\n", host.error().reason.c_str());
+    return 1;
+  }
+  const Expected<bool> broughtForward = host ? askRunningHost(**host, startupId) : Failure{host.error().reason};
   if (!broughtForward) {
     std::fprintf(stderr, "quillon-host: %s and did not take the launch: %s\n", refusal.c_str(),
                  broughtForward.error().reason.c_str());

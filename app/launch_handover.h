@@ -4,11 +4,14 @@
 // instance channel, which brings the main window forward when the interface has
 // shown it, and ends.
 //
-// Contract: called on the main thread before any main loop runs; it blocks for
-// at most kHandoverAnswerTime waiting for the running host. Answers the
-// process's exit status: 0 when the running host took the launch, 1 when it
-// did not (a host without the instance channel, one that is stuck, or one that
-// ended meanwhile). Says which on standard error.
+// Contract: called on the main thread before any main loop runs. It waits at
+// most kHandoverAnswerTime for the running host to take the connection (a
+// stopped host's queue stays full), and as long again for its answer. It hands
+// the launch only to a host of this user: a program of another user listening
+// on the socket (one in a shared directory) gets nothing. Answers the process's
+// exit status: 0 when the running host took the launch, 1 when it did not (a
+// host without the instance channel, one that is stuck, one that ended
+// meanwhile, or another user's program). Says which on standard error.
 #pragma once
 
 #include <chrono>

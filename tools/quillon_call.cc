@@ -50,9 +50,13 @@ The socket is $QUILLON_INTERFACE_SOCKET if set, else
 $XDG_RUNTIME_DIR/quillon-host/interface.sock, else
 /tmp/quillon-host-<uid>/interface.sock.
 
+Connecting waits at most 10 s for the host to take the connection, and only
+a host of this user is called. A call waits for its answer.
+
 Exit status: 0 success (or --listen ended by the host), 1 error answer,
-2 not-implemented answer or a usage error, 3 no host, a lost connection or an
-answer that does not decode.
+2 not-implemented answer or a usage error, 3 no host (none that takes the
+connection in time, or a program of another user on the socket), a lost
+connection or an answer that does not decode.
 )";
 
 struct Options {
@@ -167,7 +171,7 @@ int run(const std::vector<std::string_view>& words) {
   if (const int* status = std::get_if<int>(&parsed)) return *status;
   const Options& options = std::get<Options>(parsed);
   const auto client = LinkClient::connect(Engine::interfaceSocketPath());
-  if (!client) return linkFailure(client.error());
+  if (!client) return linkFailure(Failure{client.error().reason});
   return options.listen ? runListen(**client, options) : runCall(**client, options);
 }
 
