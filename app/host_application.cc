@@ -7,6 +7,8 @@
 #include "app/link_view_engine.h"
 #include "app/main_window_description.h"
 #include "base/printed_lines.h"
+#include "channel/utf8_text.h"
+#include "commands/argument_limits.h"
 #include "platform/linux/desktop/gtk_desktop.h"
 #include "platform/linux/shell/display_loss.h"
 #include "platform/linux/shell/gtk_main_window.h"
@@ -52,9 +54,23 @@ int HostApplication::run() {
 
 std::string HostApplication::launchStartupId() {
   // Set by the desktop for a launch from a menu entry that asks for startup
-  // notification; GTK takes it over once it opens the display.
+  // notification. A host that serves the link leaves it to GTK, which reads it
+  // as the process starts and passes over one that is not UTF-8. A launch
+  // handed over sends it on, so it must be text of the running host's size.
   const char* id = std::getenv("DESKTOP_STARTUP_ID");
-  return id != nullptr ? id : "";
+  if (id == nullptr) return "";
+  if (!isUtf8Text(id)) {
+    standardErrorLines().print("start-up",
+                               "quillon-host: DESKTOP_STARTUP_ID is not UTF-8; the launch is handed over without it");
+    return "";
+  }
+  if (!keepsTo(kStartupIdLimit, id)) {
+    standardErrorLines().print("start-up", "quillon-host: DESKTOP_STARTUP_ID is longer than " +
+                                               std::to_string(kStartupIdLimit.longestBytes) +
+                                               " bytes; the launch is handed over without it");
+    return "";
+  }
+  return id;
 }
 
 std::unique_ptr<NativeWindow> HostApplication::createMainWindow(Engine& link) {

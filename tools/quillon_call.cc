@@ -10,6 +10,7 @@
 
 #include "channel/channel_names.h"
 #include "channel/standard_codec.h"
+#include "channel/utf8_text.h"
 #include "embedding/engine.h"
 #include "tools/json_value.h"
 #include "tools/link_client.h"
@@ -98,6 +99,8 @@ std::variant<Options, int> parseOptions(const std::vector<std::string_view>& wor
     }
   }
   if (options.answerClose && !options.listen) return usageError("--answer-close goes with --listen");
+  // Words of the command line are any bytes; the channel carries only text.
+  if (!isUtf8Text(options.channel)) return usageError("the channel NAME is not UTF-8");
   if (options.listen) {
     if (!positional.empty()) return usageError("--listen takes no METHOD");
     return options;
@@ -105,6 +108,7 @@ std::variant<Options, int> parseOptions(const std::vector<std::string_view>& wor
   if (positional.empty()) return usageError("missing METHOD");
   if (positional.size() > 2) return usageError("too many arguments: JSON-ARGUMENTS must be one word (quote it)");
   options.method = positional[0];
+  if (!isUtf8Text(options.method)) return usageError("METHOD is not UTF-8");
   if (positional.size() == 2) {
     const auto json = OrderedJson::parse(positional[1], nullptr, false);
     if (json.is_discarded()) return usageError("JSON-ARGUMENTS is not valid JSON: " + std::string(positional[1]));

@@ -64,30 +64,43 @@ TEST(HostEndToEndTest, ABundlePathThatIsNotUtf8AnswersEmptyWithTheLines) {
 }
 
 // A live host that does not take the launch (one without the instance
-// channel) keeps the second from starting. (The hosts that take it are on the
-// desktop: shell_desktop_test.cc.)
+// channel) keeps the second from starting. The launch's startup id goes to it
+// when it is text of the running host's size; otherwise the launch goes
+// without it, with a line. (The hosts that take it are on the desktop:
+// shell_desktop_test.cc.)
 TEST(HostEndToEndTest, ALiveHostThatDoesNotTakeTheLaunchLeavesTheSecondAtStatusOne) {
   HostProcess host({});
   std::filesystem::create_directories(std::filesystem::path(host.socketPath()).parent_path());
-  std::optional<LinkClient::HostMessage> received;
-  {
-    ScriptedHost olderHost(
-        host.socketPath(),
-        [&received](LinkClient& client) {
-          if (auto message = client.nextMessage(kAnswerTime)) {
-            client.sendRaw(encodeReplyFrame(message->id, {}));
-            received = *std::move(message);
-          }
-        });
-    const auto second = host.spawnHost("second", {{"DESKTOP_STARTUP_ID", "launch-2_TIME7"}});
-    EXPECT_EQ(second->waitExit(kAnswerTime), 1);
+  const std::string refused = "quillon-host: another host already serves " + host.socketPath() +
+                              " and did not take the launch: it answered not-implemented\n";
+  const std::string without = "; the launch is handed over without it\n";
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      {"launch-2_TIME7", "launch-2_TIME7", ""},
+      {std::string(4096, 'i'), std::string(4096, 'i'), ""},
+      {"launch-\xFF_TIME7", "", "quillon-host: DESKTOP_STARTUP_ID is not UTF-8" + without},
+      {std::string(4097, 'i'), "", "quillon-host: DESKTOP_STARTUP_ID is longer than 4096 bytes" + without},
+  };
+  for (const auto& [id, sent, line] : cases) {
+    SCOPED_TRACE(id.substr(0, 20));
+    std::optional<LinkClient::HostMessage> received;
+    {
+      ScriptedHost olderHost(host.socketPath(), [&received](LinkClient& client) {
+        if (auto message = client.nextMessage(kAnswerTime)) {
+          client.sendRaw(encodeReplyFrame(message->id, {}));
+          received = *std::move(message);
+        }
+      });
+      const auto second = host.spawnHost("second", {{"DESKTOP_STARTUP_ID", id}});
+      EXPECT_EQ(second->waitExit(kAnswerTime), 1);
+    }
+    ASSERT_TRUE(received);
+    EXPECT_EQ(received->channel, "quillon.app/instance");
+    EXPECT_EQ(StandardCodec::decodeMethodCall(received->payload),
+              (MethodCall{"activate", argumentMap({{"startupId", sent}})}));
+    // GTK, as it loads, says so too of an id that is not UTF-8.
+    EXPECT_TRUE(host.errorOutput("second").ends_with(line + refused)) << host.errorOutput("second");
+    std::filesystem::remove(host.socketPath());
   }
-  ASSERT_TRUE(received);
-  EXPECT_EQ(received->channel, "quillon.app/instance");
-  EXPECT_EQ(StandardCodec::decodeMethodCall(received->payload),
-            (MethodCall{"activate", argumentMap({{"startupId", "launch-2_TIME7"}})}));
-  EXPECT_EQ(host.errorOutput("second"), "quillon-host: another host already serves " + host.socketPath() +
-                                            " and did not take the launch: it answered not-implemented\n");
 }
 
 struct Case {
@@ -129,6 +142,9 @@ TEST(QuillonCallTest, PrintsEachOutcomeWithItsExitStatus) {
       {{"--channel"}, 2, "", usage},
       {{"--answer-close", "x"}, 2, "", usage},
       {{"--listen", "x"}, 2, "", usage},
+      {{"assembly::\xFF"}, 2, "", "quillon-call: METHOD is not UTF-8\n" + usage},
+      {{"--channel", "quillon.app/\xFF", "assembly::getExecutingAssemblyPath"}, 2, "",
+       "quillon-call: the channel NAME is not UTF-8\n" + usage},
   };
   for (const Case& each : cases) {
     expectRun(each, runTool(QUILLON_CALL_BINARY, each.arguments, host.clientEnvironment(), host.directory()));
