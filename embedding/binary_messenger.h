@@ -5,7 +5,8 @@
 // order. Each incoming message comes with a BinaryReply that must be answered
 // exactly once; a reply destroyed unanswered sends the empty reply
 // (not-implemented). A message to a channel without a handler is answered with
-// the empty reply.
+// the empty reply. A reply carries the key of the caller that sent the message,
+// where the messenger can tell its callers apart.
 #pragma once
 
 #include <concepts>
@@ -19,6 +20,7 @@
 #include <vector>
 
 #include "base/once_callback.h"
+#include "channel/caller_key.h"
 
 namespace quillon {
 
@@ -28,10 +30,15 @@ class BinaryReply : public OnceCallback<void(std::vector<std::uint8_t>)> {
  public:
   template <typename F>
     requires(!std::same_as<std::remove_cvref_t<F>, BinaryReply>)
-  explicit BinaryReply(F&& send) : OnceCallback(std::forward<F>(send), &sendEmpty) {}
+  explicit BinaryReply(F&& send, CallerKey caller = {})
+      : OnceCallback(std::forward<F>(send), &sendEmpty), caller_(std::move(caller)) {}
+
+  const CallerKey& caller() const { return caller_; }
 
  private:
   static void sendEmpty(OnceCallback unrun) { std::move(unrun)({}); }
+
+  CallerKey caller_;
 };
 
 class BinaryMessenger {

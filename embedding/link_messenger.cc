@@ -42,7 +42,7 @@ void LinkMessenger::onFrame(LinkConnection& connection, LinkFrame frame) {
   BinaryReply reply([weak = connection.weak_from_this(), id](std::vector<std::uint8_t> payload) {
     if (id == 0) return;
     if (auto target = weak.lock()) target->write(encodeReplyFrame(id, payload));
-  });
+  }, CallerKey(connection.weak_from_this()));
   const auto found = handlers_.find(frame.channel);
   if (found == handlers_.end()) return std::move(reply)({});
   // A copy: the handler may replace itself while it runs.

@@ -5,7 +5,7 @@
 // main context, one at a time, those of one connection in arrival order; a
 // message to a channel without a handler gets the empty reply. Replies go back
 // to the connection that asked, if it is still there; a message sent with id 0
-// has its reply dropped.
+// has its reply dropped. Each reply carries its connection as the caller's key.
 // Messages that the host sends go to every connected interface. Reply frames
 // from an interface are dropped: the host never asks for an answer. The
 // connections share one budget for what they hold of incoming bytes and one

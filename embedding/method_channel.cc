@@ -16,9 +16,12 @@ void MethodChannel::setMethodCallHandler(MethodCallHandler handler) {
       return std::move(reply)(StandardCodec::encodeReply(
           ChannelReply::error("BAD_MESSAGE", "The message is not a method call: " + call.error().reason)));
     }
-    handler(*call, ReplyCallback([reply = std::move(reply)](ChannelReply answer) mutable {
-              std::move(reply)(StandardCodec::encodeReply(answer));
-            }));
+    CallerKey caller = reply.caller();
+    handler(*call, ReplyCallback(
+                       [reply = std::move(reply)](ChannelReply answer) mutable {
+                         std::move(reply)(StandardCodec::encodeReply(answer));
+                       },
+                       std::move(caller)));
   });
 }
 

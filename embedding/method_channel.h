@@ -2,7 +2,8 @@
 // method codec.
 //
 // Contract: the handler is called on the main thread, once per incoming call,
-// and must answer through its ReplyCallback exactly once. A payload that does
+// and must answer through its ReplyCallback exactly once, which carries the
+// message's caller key. A payload that does
 // not decode as a method call never reaches it: the channel answers it with the
 // error "BAD_MESSAGE" and a message saying what was wrong. invokeMethod()
 // sends a call to every connected interface without asking for a reply. The channel does not own the

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "channel/standard_codec.h"
 #include "embedding/engine.h"
 #include "embedding/link_frame.h"
 #include "embedding/link_listener.h"
@@ -283,6 +284,33 @@ TEST_F(LinkMessengerTest, AConnectionTakesItsTurnBesideABurstOfAnother) {
   EXPECT_LE(static_cast<std::size_t>(otherCall - received_.begin()), LinkConnection::kFramesPerTurn);
   // The rest of the burst comes in the next turns, without more bytes to wake it.
   EXPECT_TRUE(pumpUntil([&] { return received_.size() == 2001; })) << received_.size();
+}
+
+// Through a method channel too: one key per connection, which is gone once the
+// connection is.
+TEST_F(LinkMessengerTest, EachReplyCarriesItsConnectionAsTheCallersKey) {
+  std::vector<CallerKey> callers;
+  MethodChannel channel(messenger_, "callers");
+  channel.setMethodCallHandler([&](const MethodCall&, ReplyCallback reply) {
+    callers.push_back(reply.caller());
+    std::move(reply).success();
+  });
+  const Bytes call = encodeMessageFrame(1, "callers", StandardCodec::encodeMethodCall(MethodCall{"who", {}}));
+  LinkPeer staying = connect();
+  {
+    LinkPeer leaving = connect();
+    for (LinkPeer* peer : {&staying, &leaving, &staying}) {
+      peer->send(call);
+      ASSERT_TRUE(peer->receive());
+    }
+  }
+  ASSERT_TRUE(pumpUntil([&] { return messenger_.connectionCount() == 1; }));
+  ASSERT_EQ(callers.size(), 3u);
+  EXPECT_EQ(callers[0], callers[2]);
+  EXPECT_NE(callers[0], callers[1]);
+  EXPECT_NE(callers[0], CallerKey());
+  EXPECT_FALSE(callers[0].gone());
+  EXPECT_TRUE(callers[1].gone());
 }
 
 TEST(MethodChannelTest, APayloadThatIsNotAMethodCallIsAnsweredBadMessage) {
