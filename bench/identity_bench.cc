@@ -94,7 +94,7 @@ class CheckPlatform {
   // The openssl run that every check contains, on a file written beforehand.
   Expected<ToolRun> runOpensslAlone() {
     return tools_.run(SSLFunctions::kOpensslPath, {"x509", "-in", stored_.derPath(), "-noout", "-enddate"},
-                      ToolRunner::Streams::kOutputAndError);
+                      ToolRunner::Streams::kOutputAndError, SSLFunctions::kOpensslTimeLimit);
   }
 
  private:

@@ -58,7 +58,8 @@ void BM_PsAlone(benchmark::State& state) {
 void BM_PsThroughToolRunner(benchmark::State& state) {
   PosixToolRunner tools;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(tools.run("/bin/ps", {"-e", "-o", "pid"}, ToolRunner::Streams::kOutput));
+    benchmark::DoNotOptimize(tools.run("/bin/ps", {"-e", "-o", "pid"}, ToolRunner::Streams::kOutput,
+                                       ProcessManager::kPsTimeLimit));
   }
 }
 
@@ -80,7 +81,8 @@ void BM_GetProcessIdList(benchmark::State& state) {
 
 // The parsing alone, on the output of this machine's process table.
 void BM_ParseProcessIdList(benchmark::State& state) {
-  const auto run = PosixToolRunner().run("/bin/ps", {"-e", "-o", "pid"}, ToolRunner::Streams::kOutput);
+  const auto run = PosixToolRunner().run("/bin/ps", {"-e", "-o", "pid"}, ToolRunner::Streams::kOutput,
+                                         ProcessManager::kPsTimeLimit);
   const std::string output = run ? std::string(run->output.begin(), run->output.end()) : std::string();
   for (auto _ : state) benchmark::DoNotOptimize(parseProcessIdList(output));
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(output.size()));

@@ -47,10 +47,11 @@ struct FuzzInput {
 class FuzzedToolRunner final : public ToolRunner {
  public:
   explicit FuzzedToolRunner(const FuzzInput& input) : input_(input) {}
+  void endAllRuns() override {}
 
  protected:
   Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams,
-                            const EnvironmentChanges&) override {
+                            std::chrono::milliseconds, const EnvironmentChanges&) override {
     if (executable == "/bin/kill" || executable == "/bin/ps") checkProcessIds(arguments);
     if (!input_.chance()) return Failure{input_.bytes()};
     ToolRun run;

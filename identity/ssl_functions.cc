@@ -20,7 +20,7 @@ std::optional<std::vector<std::uint8_t>> opensslEndDateOutput(const IdentityServ
     return std::nullopt;
   }
   auto run = services.tools.run(SSLFunctions::kOpensslPath, {"x509", "-in", file->path(), "-noout", "-enddate"},
-                                ToolRunner::Streams::kOutputAndError);
+                                ToolRunner::Streams::kOutputAndError, SSLFunctions::kOpensslTimeLimit);
   if (!run) {
     services.diagnostics.printLine("Error running OpenSSL: " + run.error().reason);
     return std::nullopt;

@@ -5,6 +5,7 @@
 // an unreadable end of validity, the current instant.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "identity/identity_services.h"
@@ -18,6 +19,9 @@ class SSLFunctions {
   SSLFunctions() = delete;
 
   static constexpr const char* kOpensslPath = "/usr/bin/openssl";
+  // How long openssl may run before it is killed and the end date counts as
+  // unreadable (docs/identity.md says why).
+  static constexpr std::chrono::seconds kOpensslTimeLimit{10};
   static constexpr const char* kEndDatePattern = "MMM d HH:mm:ss yyyy z";
   // openssl writes its dates in English whatever the user's language.
   static constexpr const char* kEndDateLocale = "en_US_POSIX";

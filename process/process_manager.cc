@@ -34,7 +34,8 @@ const EnvironmentChanges& psEnvironment() {
 }
 
 Expected<ToolRun> runPs(ToolRunner& tools, const std::vector<std::string>& arguments) {
-  return tools.run(kProcessTool, arguments, ToolRunner::Streams::kOutput, psEnvironment());
+  return tools.run(kProcessTool, arguments, ToolRunner::Streams::kOutput, ProcessManager::kPsTimeLimit,
+                   psEnvironment());
 }
 
 bool startedAndExitedWithZero(const Expected<ToolRun>& run) { return run && run->exitedWithZero(); }
@@ -89,7 +90,8 @@ bool ProcessManager::closeWindow(std::int64_t processId) { return killProcess(pr
 bool ProcessManager::killProcess(std::int64_t processId) {
   if (!isPossibleProcessId(processId)) return false;
   return startedAndExitedWithZero(
-      environment_.tools.run(kKillTool, {"-9", std::to_string(processId)}, ToolRunner::Streams::kOutput));
+      environment_.tools.run(kKillTool, {"-9", std::to_string(processId)}, ToolRunner::Streams::kOutput,
+                             kKillTimeLimit));
 }
 
 std::string ProcessManager::getProcessName(std::int64_t processId) { return readProcessField(processId, "comm="); }

@@ -1,8 +1,8 @@
 // ProcessManager: the host's process services, over the platform of a
 // ProcessEnvironment. Holds no state of its own: every operation asks the
 // system afresh, on the calling thread, and blocks it while a tool or script
-// runs. The host keeps one instance; the environment's implementations must
-// outlive it.
+// runs, each tool for at most its time limit. The host keeps one instance;
+// the environment's implementations must outlive it.
 //
 // Two faces over the same behaviour. The core operations return their result,
 // except the three that answer through a completion. The exported face takes a
@@ -12,6 +12,7 @@
 // error reply is "UNAVAILABLE" from the two main-window lookups.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -32,6 +33,11 @@ class ProcessManager {
  public:
   using Completion = ReplyCallback;
   using Lookup = std::function<std::optional<std::string>(std::int64_t processId)>;
+
+  // How long each tool may run before it is killed and counts as failed
+  // (docs/process.md says why these).
+  static constexpr std::chrono::seconds kPsTimeLimit{10};
+  static constexpr std::chrono::seconds kKillTimeLimit{5};
 
   explicit ProcessManager(const ProcessEnvironment& environment) : environment_(environment) {}
   ProcessManager(const ProcessManager&) = delete;

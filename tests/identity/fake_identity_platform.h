@@ -95,11 +95,13 @@ struct ToolRunnerSeeingFiles final : ToolRunner {
   const FakeTemporaryDirectory& directory;
   std::vector<std::map<std::string, std::vector<std::uint8_t>>> filesAtRuns;
 
+  void endAllRuns() override { tools.endAllRuns(); }
+
  protected:
   Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
-                            const EnvironmentChanges& environment) override {
+                            std::chrono::milliseconds timeLimit, const EnvironmentChanges& environment) override {
     filesAtRuns.push_back(directory.files);
-    return tools.run(executable, arguments, streams, environment);
+    return tools.run(executable, arguments, streams, timeLimit, environment);
   }
 };
 

@@ -56,7 +56,8 @@ TEST_F(SslCommandsTest, AvailableOnlyWhenTheEndLiesStrictlyLaterThanTheDateOrRef
   EXPECT_EQ(platform.toolsSeeingFiles.filesAtRuns, (std::vector<Files>{{{file, kDer}}}));
   EXPECT_EQ(platform.tools.calls, (std::vector<testing::ToolCall>{{"/usr/bin/openssl",
                                                                     {"x509", "-in", file, "-noout", "-enddate"},
-                                                                    ToolRunner::Streams::kOutputAndError}}));
+                                                                    ToolRunner::Streams::kOutputAndError,
+                                                                    std::chrono::seconds(10)}}));
   EXPECT_EQ(platform.temporaryDirectory.files, Files{});
   EXPECT_EQ(platform.temporaryDirectory.removed, Lines{file});
   // openssl's English, whatever the user's language.

@@ -31,6 +31,9 @@ using Ids = std::vector<std::int64_t>;
 using Calls = std::vector<ToolCall>;
 
 constexpr auto kOutput = ToolRunner::Streams::kOutput;
+// Each tool runs under its own documented limit.
+constexpr std::chrono::milliseconds kPsLimit = std::chrono::seconds(10);
+constexpr std::chrono::milliseconds kKillLimit = std::chrono::seconds(5);
 constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
 constexpr auto kMin = std::numeric_limits<std::int64_t>::min();
 
@@ -100,7 +103,7 @@ TEST_F(ProcessCommandsTest, ProcessIdListIsEveryNumberLinePsPrintsWhateverItsExi
       tools.answers = {run};
       tools.calls.clear();
       EXPECT_EQ(call("process::getProcessIdList", sent), ChannelReply::success(processIdListValue(ids)));
-      EXPECT_EQ(tools.calls, (Calls{{"/bin/ps", {"-e", "-o", "pid"}, kOutput}}));
+      EXPECT_EQ(tools.calls, (Calls{{"/bin/ps", {"-e", "-o", "pid"}, kOutput, kPsLimit}}));
     }
     EXPECT_EQ(call("process::getCurrentProcessId", sent), ChannelReply::success(std::int64_t{::getpid()}));
   }
@@ -118,7 +121,7 @@ TEST_F(ProcessCommandsTest, AliveExactlyWhenPsListedTheId) {
       {"tool not started", notStartedRun(), false},
   };
   for (const auto& [name, run, alive] : cases) {
-    EXPECT_EQ(callRunning("process::isAlive", 42, run, {"/bin/ps", {"-p", "42"}, kOutput}), ChannelReply::success(alive))
+    EXPECT_EQ(callRunning("process::isAlive", 42, run, {"/bin/ps", {"-p", "42"}, kOutput, kPsLimit}), ChannelReply::success(alive))
         << name;
   }
 }
@@ -127,7 +130,7 @@ TEST_F(ProcessCommandsTest, KillAndCloseWindowAnswerWhetherKillExitedWithZero) {
   const std::pair<Expected<ToolRun>, bool> cases[] = {{finishedRun(""), true}, {finishedRun("", 1), false}, {notStartedRun(), false}};
   for (const auto& [run, killed] : cases) {
     for (const char* method : {"process::killProcess", "process::closeWindow"}) {
-      EXPECT_EQ(callRunning(method, 2147483647, run, {"/bin/kill", {"-9", "2147483647"}, kOutput}),
+      EXPECT_EQ(callRunning(method, 2147483647, run, {"/bin/kill", {"-9", "2147483647"}, kOutput, kKillLimit}),
                 ChannelReply::success(killed));
     }
   }
@@ -164,7 +167,7 @@ TEST_F(ProcessCommandsTest, FieldsAreWhatPsPrintsForTheirKeywordTrimmedOrUnknown
   };
   for (const auto& [method, keyword] : commands) {
     for (const auto& [run, field] : cases) {
-      EXPECT_EQ(callRunning(method, 31, run, {"/bin/ps", {"-p", "31", "-o", keyword}, kOutput}),
+      EXPECT_EQ(callRunning(method, 31, run, {"/bin/ps", {"-p", "31", "-o", keyword}, kOutput, kPsLimit}),
                 ChannelReply::success(field));
     }
   }

@@ -109,7 +109,8 @@ TEST(ProcRunningApplicationsTest, ListsProcessesAscendingUnderTheirFullNamesButN
   EXPECT_EQ(names[child.pid()], "quillon sleeper child");
   EXPECT_EQ(names[::getpid()], std::filesystem::read_symlink("/proc/self/exe").filename().native());
   // Kernel threads are kthreadd (id 2) and its children, as ps reports them.
-  const auto run = PosixToolRunner().run("/bin/ps", {"-e", "-o", "pid=,ppid="}, ToolRunner::Streams::kOutput);
+  const auto run = PosixToolRunner().run("/bin/ps", {"-e", "-o", "pid=,ppid="}, ToolRunner::Streams::kOutput,
+                                         ProcessManager::kPsTimeLimit);
   ASSERT_TRUE(run) << run.error().reason;
   std::istringstream table(std::string(run->output.begin(), run->output.end()));
   for (std::int64_t id = 0, parent = 0; table >> id >> parent;) {

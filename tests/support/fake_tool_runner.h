@@ -2,6 +2,7 @@
 // queued, then `answer` once the queue is empty.
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <string>
 #include <string_view>
@@ -15,6 +16,7 @@ struct ToolCall {
   std::string executable;
   std::vector<std::string> arguments;
   ToolRunner::Streams streams;
+  std::chrono::milliseconds timeLimit;
   friend bool operator==(const ToolCall&, const ToolCall&) = default;
 };
 
@@ -31,10 +33,12 @@ class FakeToolRunner final : public ToolRunner {
   Expected<ToolRun> answer = finishedRun("");
   std::vector<ToolCall> calls;
 
+  void endAllRuns() override {}
+
  protected:
   Expected<ToolRun> runTool(const std::string& executable, const std::vector<std::string>& arguments, Streams streams,
-                            const EnvironmentChanges&) override {
-    calls.push_back({executable, arguments, streams});
+                            std::chrono::milliseconds timeLimit, const EnvironmentChanges&) override {
+    calls.push_back({executable, arguments, streams, timeLimit});
     if (answers.empty()) return answer;
     Expected<ToolRun> next = std::move(answers.front());
     answers.pop_front();
