@@ -48,6 +48,8 @@ int HostApplication::run() {
   const InstanceChannel instance(window.contentViewController()->engine().binaryMessenger(), application_);
 
   const int status = application_.run();
+  // The jobs on the workers use the window's ProcessManager: they end first.
+  services_.endBackgroundWork();
   application_.setMainFlutterWindow(nullptr);
   return status;
 }
@@ -78,7 +80,10 @@ std::unique_ptr<NativeWindow> HostApplication::createMainWindow(Engine& link) {
     standardErrorLines().print("start-up", "quillon-host: no display; running without windows");
     return nullptr;
   }
-  endOnDisplayLoss([&link] { link.shutdown(); });
+  endOnDisplayLoss([this, &link] {
+    services_.endToolRuns();
+    link.shutdown();
+  });
   setProgramClass(kMainWindowDescription.programName, kMainWindowDescription.windowClass);
   return std::make_unique<GtkMainWindow>(kMainWindowDescription.title, kMainWindowDescription.frame,
                                          TerminationRequests{[this] { application_.terminate(); },

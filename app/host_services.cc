@@ -11,8 +11,14 @@ HostServices::HostServices()
       identity_{keychain_, temporaryDirectory_, uuids_, tools_, dates_, clock_, interfaces_, hardware_,
                 diagnostics_} {}
 
-CommandServices HostServices::commandServices(std::function<ProcessManager&()> processManager) const {
-  return CommandServices{std::move(processManager), window_, identity_, bundle_};
+CommandServices HostServices::commandServices(std::function<ProcessManager&()> processManager) {
+  return CommandServices{std::move(processManager), window_, identity_, bundle_, blocking_};
+}
+
+void HostServices::endBackgroundWork() {
+  blocking_.end();
+  tools_.endAllRuns();
+  workers_.finish();
 }
 
 }  // namespace quillon

@@ -1,6 +1,6 @@
-// OnceCallback<void(Args...)>: a move-only callable that runs at most once, for
+// OnceCallback<R(Args...)>: a move-only callable that runs at most once, for
 // every one-shot answer in the host (a call's reply, a message's reply, a
-// store's completion, a deferred job).
+// store's completion, a deferred job, the work of a call on a worker).
 //
 // Contract: running consumes the callback: the call operator is
 // rvalue-qualified, so the code reads `std::move(done)(...)`, and copies are
@@ -24,17 +24,18 @@ namespace quillon {
 template <typename Signature>
 class OnceCallback;
 
-template <typename... Args>
-class OnceCallback<void(Args...)> {
+template <typename R, typename... Args>
+class OnceCallback<R(Args...)> {
  public:
   // Answers a callback that is being destroyed unrun; it gets the callback
-  // without its rule, and must run it.
+  // without its rule, and must run it (a result is dropped).
   using IfDropped = void (*)(OnceCallback unrun);
 
   OnceCallback() = default;
   // Implicit, so that a lambda passes wherever a callback is expected.
   template <typename F>
-    requires(!std::derived_from<std::remove_cvref_t<F>, OnceCallback> && std::invocable<std::decay_t<F>, Args...>)
+    requires(!std::derived_from<std::remove_cvref_t<F>, OnceCallback> &&
+             std::is_invocable_r_v<R, std::decay_t<F>, Args...>)
   OnceCallback(F&& run, IfDropped ifDropped = nullptr)
       : callable_(std::make_unique<Holder<std::decay_t<F>>>(std::forward<F>(run))), ifDropped_(ifDropped) {}
 
@@ -55,24 +56,24 @@ class OnceCallback<void(Args...)> {
   // Whether the callback still has to run.
   explicit operator bool() const { return callable_ != nullptr; }
 
-  void operator()(Args... args) && {
+  R operator()(Args... args) && {
     if (!callable_) {
       std::fputs("quillon-host: programming error: a one-shot callback ran twice\n", stderr);
       std::abort();
     }
     ifDropped_ = nullptr;
-    std::exchange(callable_, nullptr)->run(std::forward<Args>(args)...);
+    return std::exchange(callable_, nullptr)->run(std::forward<Args>(args)...);
   }
 
  private:
   struct Callable {
     virtual ~Callable() = default;
-    virtual void run(Args... args) = 0;
+    virtual R run(Args... args) = 0;
   };
   template <typename F>
   struct Holder final : Callable {
     explicit Holder(F function) : function_(std::move(function)) {}
-    void run(Args... args) override { std::move(function_)(std::forward<Args>(args)...); }
+    R run(Args... args) override { return std::move(function_)(std::forward<Args>(args)...); }
     F function_;
   };
 

@@ -9,6 +9,7 @@
 #include "tests/bundle/fake_bundle.h"
 #include "tests/identity/fake_identity_platform.h"
 #include "tests/support/capturing_diagnostics.h"
+#include "tests/support/inline_background_work.h"
 #include "tests/window/fake_desktop.h"
 
 namespace quillon {
@@ -63,8 +64,9 @@ void decodeRouteEncode(benchmark::State& state) {
   const BundleEnvironment environment{bundle, files, diagnostics};
   testing::FakeIdentityPlatform identity;
   testing::FakeDesktop desktop;
+  testing::InlineBlockingWork work;
   const CommandDispatcher dispatcher(commandCatalogue(CommandServices{
-      []() -> ProcessManager& { std::abort(); }, desktop.services, identity.services, environment}));
+      []() -> ProcessManager& { std::abort(); }, desktop.services, identity.services, environment, work.blocking}));
   const std::vector<std::uint8_t> request =
       StandardCodec::encodeMethodCall(MethodCall{"assembly::getExecutingAssemblyPath", {}});
 

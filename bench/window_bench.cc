@@ -106,6 +106,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "window_bench needs an X display: run it under scripts/with-desktop\n");
     return 1;
   }
+  // The list reads the scale that GDK found when it opened the display.
+  if (!quillon::gtkDesktopAvailable()) return 1;
   quillon::clientPid = quillon::startClient();
   if (quillon::clientPid == 0) return 1;
   quillon::X11WindowList list;

@@ -8,9 +8,9 @@
 namespace quillon {
 
 CommandList commandCatalogue(const CommandServices& services) {
-  CommandList catalogue = processCommands(services.processManager);
-  for (CommandList part : {windowCommands(services.window), sslCommands(services.identity),
-                           assemblyCommands(services.bundle)}) {
+  CommandList catalogue = processCommands(services.processManager, services.blocking);
+  for (CommandList part : {windowCommands(services.window, services.blocking),
+                           sslCommands(services.identity, services.blocking), assemblyCommands(services.bundle)}) {
     std::move(part.begin(), part.end(), std::back_inserter(catalogue));
   }
   return catalogue;

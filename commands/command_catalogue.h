@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "commands/blocking_work.h"
 #include "commands/command.h"
 
 namespace quillon {
@@ -14,12 +15,15 @@ struct IdentityServices;
 struct WindowServices;
 
 // What the commands reach. The services and their platform must outlive the
-// catalogue; `processManager` is read on every process command.
+// catalogue; `processManager` is read on every process command. The commands
+// that wait for a tool or scan the machine run that work as jobs of
+// `blocking`, on workers: the services must outlive those jobs too.
 struct CommandServices {
   std::function<ProcessManager&()> processManager;
   const WindowServices& window;
   const IdentityServices& identity;
   const BundleEnvironment& bundle;
+  BlockingWork& blocking;
 };
 
 CommandList commandCatalogue(const CommandServices& services);

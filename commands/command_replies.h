@@ -22,6 +22,17 @@ void answerInvalidArgument(ReplyCallback reply, std::string_view message);
 // `reply`; otherwise leaves `reply` untouched for the command to answer.
 std::optional<std::int64_t> requireProcessId(const MethodCall& call, ReplyCallback& reply);
 
+// The answer that `operation` gives through the completion it is handed, on
+// the thread it runs on: for an operation that answers before it returns,
+// run as a job of BlockingWork.
+template <typename Operation>
+ChannelReply answerGiven(Operation operation) {
+  std::optional<ChannelReply> answer;
+  // An operation that drops its completion answers not-implemented through it.
+  operation(ReplyCallback([&answer](ChannelReply given) { answer = std::move(given); }));
+  return answer ? *std::move(answer) : ChannelReply::notImplemented();
+}
+
 // A command without arguments that answers the text `read` gives for
 // `services`, which must outlive the command.
 template <typename Services>

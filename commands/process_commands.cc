@@ -16,26 +16,38 @@ using AnsweringOperation = void (ProcessManager::*)(std::int64_t, ReplyCallback)
 template <typename Result>
 using ReturningOperation = Result (ProcessManager::*)(std::int64_t);
 
-// The commands that take only "processId" and answer what the operation returns.
+// The commands that take only "processId" and answer what the operation
+// returns, run on a worker.
 template <typename Result>
-CommandHandler answerForProcessId(Services services, ReturningOperation<Result> operation) {
-  return [services = std::move(services), operation](const MethodCall& call, ReplyCallback reply) {
-    if (const auto processId = requireProcessId(call, reply)) {
-      std::move(reply).success((services().*operation)(*processId));
-    }
+CommandHandler blockingForProcessId(Services services, BlockingWork& blocking, ReturningOperation<Result> operation) {
+  return [services = std::move(services), &blocking, operation](const MethodCall& call, ReplyCallback reply) {
+    const auto processId = requireProcessId(call, reply);
+    if (!processId) return;
+    ProcessManager& manager = services();
+    blocking.run(std::move(reply), [&manager, operation, processId = *processId] {
+      return ChannelReply::success((manager.*operation)(processId));
+    });
   };
 }
 
-// The commands that take only "processId" and hand the reply to the operation.
-CommandHandler handOverForProcessId(Services services, AnsweringOperation operation) {
-  return [services = std::move(services), operation](const MethodCall& call, ReplyCallback reply) {
-    if (const auto processId = requireProcessId(call, reply)) (services().*operation)(*processId, std::move(reply));
+// The commands that take only "processId" and hand a completion to the
+// operation, run on a worker.
+CommandHandler blockingHandOverForProcessId(Services services, BlockingWork& blocking, AnsweringOperation operation) {
+  return [services = std::move(services), &blocking, operation](const MethodCall& call, ReplyCallback reply) {
+    const auto processId = requireProcessId(call, reply);
+    if (!processId) return;
+    ProcessManager& manager = services();
+    blocking.run(std::move(reply), [&manager, operation, processId = *processId] {
+      return answerGiven([&](ReplyCallback completion) { (manager.*operation)(processId, std::move(completion)); });
+    });
   };
 }
 
-CommandHandler getProcessIdList(Services services) {
-  return [services = std::move(services)](const MethodCall&, ReplyCallback reply) {
-    std::move(reply).success(processIdListValue(services().getProcessIdList()));
+CommandHandler getProcessIdList(Services services, BlockingWork& blocking) {
+  return [services = std::move(services), &blocking](const MethodCall&, ReplyCallback reply) {
+    ProcessManager& manager = services();
+    blocking.run(std::move(reply),
+                 [&manager] { return ChannelReply::success(processIdListValue(manager.getProcessIdList())); });
   };
 }
 
@@ -45,35 +57,48 @@ CommandHandler getCurrentProcessId(Services services) {
   };
 }
 
-CommandHandler getProcessesByName(Services services) {
-  return [services = std::move(services)](const MethodCall& call, ReplyCallback reply) {
+CommandHandler getProcessesByName(Services services, BlockingWork& blocking) {
+  return [services = std::move(services), &blocking](const MethodCall& call, ReplyCallback reply) {
     const auto arguments = CommandArguments::from(call.arguments);
     const std::string* name = arguments ? arguments->string("name") : nullptr;
     if (name == nullptr) return answerInvalidArgument(std::move(reply), "Expected process name");
     if (refuseBeyondLimit(kProcessNameLimit, *name, reply)) return;
-    services().getProcessesByName(*name, std::move(reply));
+    ProcessManager& manager = services();
+    blocking.run(std::move(reply), [&manager, name = *name] {
+      return answerGiven([&](ReplyCallback completion) { manager.getProcessesByName(name, std::move(completion)); });
+    });
+  };
+}
+
+// Answers "Unknown" for every id, at once: it asks the system nothing.
+CommandHandler getProcessWorkingDirectory(Services services) {
+  return [services = std::move(services)](const MethodCall& call, ReplyCallback reply) {
+    if (const auto processId = requireProcessId(call, reply)) {
+      std::move(reply).success(services().getProcessWorkingDirectory(*processId));
+    }
   };
 }
 
 }  // namespace
 
-CommandList processCommands(std::function<ProcessManager&()> processManager) {
+CommandList processCommands(std::function<ProcessManager&()> processManager, BlockingWork& blocking) {
   const Services& pm = processManager;
   return {
-      {"process::getProcessIdList", getProcessIdList(pm)},
+      {"process::getProcessIdList", getProcessIdList(pm, blocking)},
       {"process::getCurrentProcessId", getCurrentProcessId(pm)},
-      {"process::getProcessesByName", getProcessesByName(pm)},
-      {"process::isAlive", answerForProcessId<bool>(pm, &ProcessManager::isAlive)},
-      {"process::getMainWindowHandle", handOverForProcessId(pm, &ProcessManager::getMainWindowHandle)},
-      {"process::getMainWindowTitle", handOverForProcessId(pm, &ProcessManager::getMainWindowTitle)},
-      {"process::closeWindow", answerForProcessId<bool>(pm, &ProcessManager::closeWindow)},
-      {"process::killProcess", answerForProcessId<bool>(pm, &ProcessManager::killProcess)},
-      {"process::getProcessName", answerForProcessId<std::string>(pm, &ProcessManager::getProcessName)},
-      {"process::getProcessFileName", answerForProcessId<std::string>(pm, &ProcessManager::getProcessFileName)},
+      {"process::getProcessesByName", getProcessesByName(pm, blocking)},
+      {"process::isAlive", blockingForProcessId<bool>(pm, blocking, &ProcessManager::isAlive)},
+      {"process::getMainWindowHandle",
+       blockingHandOverForProcessId(pm, blocking, &ProcessManager::getMainWindowHandle)},
+      {"process::getMainWindowTitle", blockingHandOverForProcessId(pm, blocking, &ProcessManager::getMainWindowTitle)},
+      {"process::closeWindow", blockingForProcessId<bool>(pm, blocking, &ProcessManager::closeWindow)},
+      {"process::killProcess", blockingForProcessId<bool>(pm, blocking, &ProcessManager::killProcess)},
+      {"process::getProcessName", blockingForProcessId<std::string>(pm, blocking, &ProcessManager::getProcessName)},
+      {"process::getProcessFileName",
+       blockingForProcessId<std::string>(pm, blocking, &ProcessManager::getProcessFileName)},
       {"process::getProcessLaunchArguments",
-       answerForProcessId<std::string>(pm, &ProcessManager::getProcessLaunchArguments)},
-      {"process::getProcessWorkingDirectory",
-       answerForProcessId<std::string>(pm, &ProcessManager::getProcessWorkingDirectory)},
+       blockingForProcessId<std::string>(pm, blocking, &ProcessManager::getProcessLaunchArguments)},
+      {"process::getProcessWorkingDirectory", getProcessWorkingDirectory(pm)},
   };
 }
 

@@ -10,8 +10,8 @@ namespace quillon {
 
 namespace {
 
-CommandHandler isCertificateAvailable(const IdentityServices& identity) {
-  return [&identity](const MethodCall& call, ReplyCallback reply) {
+CommandHandler isCertificateAvailable(const IdentityServices& identity, BlockingWork& blocking) {
+  return [&identity, &blocking](const MethodCall& call, ReplyCallback reply) {
     const auto arguments = CommandArguments::from(call.arguments);
     const std::string* subject = arguments ? arguments->string("subject") : nullptr;
     const std::string* dateText = arguments ? arguments->string("expirationDate") : nullptr;
@@ -21,12 +21,14 @@ CommandHandler isCertificateAvailable(const IdentityServices& identity) {
       return;
     }
     if (refuseBeyondLimit(kCertificateSubjectLimit, *subject, reply)) return;
-    std::move(reply).success(SSLFunctions::isCertificateAvailable(identity, *subject, *expirationDate));
+    blocking.run(std::move(reply), [&identity, subject = *subject, expirationDate = *expirationDate] {
+      return ChannelReply::success(SSLFunctions::isCertificateAvailable(identity, subject, expirationDate));
+    });
   };
 }
 
-CommandHandler addCertificate(const IdentityServices& identity) {
-  return [&identity](const MethodCall& call, ReplyCallback reply) {
+CommandHandler addCertificate(const IdentityServices& identity, BlockingWork& blocking) {
+  return [&identity, &blocking](const MethodCall& call, ReplyCallback reply) {
     const auto arguments = CommandArguments::from(call.arguments);
     const std::string* certificate = arguments ? arguments->string("certificate") : nullptr;
     if (!certificate) {
@@ -34,17 +36,26 @@ CommandHandler addCertificate(const IdentityServices& identity) {
       return;
     }
     if (refuseBeyondLimit(kCertificateLimit, *certificate, reply)) return;
-    std::move(reply).success(SSLFunctions::addCertificate(identity, *certificate));
+    blocking.run(std::move(reply), [&identity, certificate = *certificate] {
+      return ChannelReply::success(SSLFunctions::addCertificate(identity, certificate));
+    });
+  };
+}
+
+CommandHandler getMacAddress(const IdentityServices& identity, BlockingWork& blocking) {
+  return [&identity, &blocking](const MethodCall&, ReplyCallback reply) {
+    blocking.run(std::move(reply),
+                 [&identity] { return ChannelReply::success(SSLFunctions::getMacAddress(identity)); });
   };
 }
 
 }  // namespace
 
-CommandList sslCommands(const IdentityServices& identity) {
+CommandList sslCommands(const IdentityServices& identity, BlockingWork& blocking) {
   return {
-      {"ssl::isCertificateAvailable", isCertificateAvailable(identity)},
-      {"ssl::addCertificate", addCertificate(identity)},
-      {"ssl::getMacAddress", answerText(identity, &SSLFunctions::getMacAddress)},
+      {"ssl::isCertificateAvailable", isCertificateAvailable(identity, blocking)},
+      {"ssl::addCertificate", addCertificate(identity, blocking)},
+      {"ssl::getMacAddress", getMacAddress(identity, blocking)},
       {"ssl::getPlatformUUID", answerText(identity, &SSLFunctions::getPlatformUUID)},
   };
 }

@@ -1,6 +1,7 @@
 // The four "ssl::" commands, in routing order.
 #pragma once
 
+#include "commands/blocking_work.h"
 #include "commands/command.h"
 
 namespace quillon {
@@ -8,7 +9,9 @@ namespace quillon {
 struct IdentityServices;
 
 // The commands keep a reference to the services, which must outlive them.
-CommandList sslCommands(const IdentityServices& identity);
-CommandList sslCommands(const IdentityServices&& identity) = delete;
+// The certificate store, openssl and the list of network interfaces are
+// reached in jobs of `blocking`; "getPlatformUUID" answers at once.
+CommandList sslCommands(const IdentityServices& identity, BlockingWork& blocking);
+CommandList sslCommands(const IdentityServices&& identity, BlockingWork& blocking) = delete;
 
 }  // namespace quillon

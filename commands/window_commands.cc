@@ -27,13 +27,15 @@ ChannelValue toChannelValue(const std::optional<ScreenDimensions>& dimensions) {
   return map;
 }
 
-CommandHandler getWindowRect(const WindowServices& services) {
-  return [&services](const MethodCall& call, ReplyCallback reply) {
+CommandHandler getWindowRect(const WindowServices& services, BlockingWork& blocking) {
+  return [&services, &blocking](const MethodCall& call, ReplyCallback reply) {
     const auto arguments = CommandArguments::from(call.arguments);
     const auto processId = arguments ? arguments->integer("processId") : std::nullopt;
     if (!processId) return answerInvalidArgument(std::move(reply), "Expected windowHandle");
-    const auto rect = ApplicationWindow::getWindowRect(services, *processId);
-    std::move(reply).success(rect ? toChannelValue(*rect) : ChannelValue());
+    blocking.run(std::move(reply), [&services, processId = *processId] {
+      const auto rect = ApplicationWindow::getWindowRect(services, processId);
+      return ChannelReply::success(rect ? toChannelValue(*rect) : ChannelValue());
+    });
   };
 }
 
@@ -79,9 +81,9 @@ CommandHandler showAlert(const WindowServices& services) {
 
 }  // namespace
 
-CommandList windowCommands(const WindowServices& services) {
+CommandList windowCommands(const WindowServices& services, BlockingWork& blocking) {
   return {
-      {"window::getWindowRect", getWindowRect(services)},
+      {"window::getWindowRect", getWindowRect(services, blocking)},
       {"window::showWindow", showWindow(services)},
       {"window::getScreenBounds", getScreenBounds(services)},
       {"window::getScreenWorkingAreaDimensions", getScreenWorkingAreaDimensions(services)},

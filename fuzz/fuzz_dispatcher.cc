@@ -24,6 +24,7 @@
 #include "channel/utf8_text.h"
 #include "fuzz/fuzzed_platform.h"
 #include "process/process_manager.h"
+#include "tests/support/inline_background_work.h"
 
 namespace quillon::fuzzing {
 namespace {
@@ -271,6 +272,7 @@ void callOnce(const FuzzInput& input, FuzzedPlatform& platform, RecordingMesseng
 
 void runShell(const FuzzInput& input) {
   FuzzedPlatform platform(input);
+  testing::InlineBlockingWork work;
   RecordingMessenger messenger;
   AppDelegate delegate;
   RecordingLoop loop;
@@ -279,9 +281,9 @@ void runShell(const FuzzInput& input) {
       nullptr, MainFlutterWindow::Setup{
                    std::make_unique<MessengerEngine>(messenger),
                    [&platform] { return std::make_unique<ProcessManager>(platform.process); },
-                   [&platform](std::function<ProcessManager&()> processManager) {
+                   [&platform, &work](std::function<ProcessManager&()> processManager) {
                      return CommandServices{std::move(processManager), platform.window, platform.identity,
-                                            platform.bundleEnvironment};
+                                            platform.bundleEnvironment, work.blocking};
                    },
                    platform.pluginServices,
                });

@@ -2,7 +2,8 @@
 // and the machine's MAC address and platform UUID. Stateless: every operation
 // asks the platform in `services` again and keeps nothing. All operations are
 // synchronous and never fail outwards: failures come back as false, "" or, for
-// an unreadable end of validity, the current instant.
+// an unreadable end of validity, the current instant. The host runs them on
+// worker threads, so the platform it gives them is safe there.
 #pragma once
 
 #include <chrono>

@@ -1,5 +1,6 @@
 // WindowList: the on-screen windows of every process, front-most first.
-// Shared by the window rectangle and the main-window title lookup.
+// Shared by the window rectangle and the main-window title lookup, which read
+// it on worker threads: an implementation may be called from any thread.
 #pragma once
 
 #include <cstdint>

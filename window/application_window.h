@@ -1,7 +1,9 @@
 // ApplicationWindow: the window and screen services of the host. Stateless:
 // every operation is class-level, asks the platform afresh and keeps nothing.
-// All operations run on the main thread and return synchronously; none fails
-// outwards (absent, an empty answer or false stand for failure).
+// All operations return synchronously; none fails outwards (absent, an empty
+// answer or false stand for failure). getWindowRect reads only the window list
+// and the diagnostics, and may run on a worker thread; the others touch the
+// host's own windows and run on the main thread.
 #pragma once
 
 #include <cstdint>

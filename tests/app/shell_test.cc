@@ -18,6 +18,7 @@
 #include "tests/support/capturing_diagnostics.h"
 #include "tests/support/fake_messenger.h"
 #include "tests/support/fake_window_list.h"
+#include "tests/support/inline_background_work.h"
 #include "tests/support/reply_recorder.h"
 #include "window/window_services.h"
 
@@ -109,7 +110,8 @@ struct RunningHost {
                    MainFlutterWindow::Setup{
                        std::make_unique<FakeEngine>(messenger), [this] { return ++processManagersMade, nullptr; },
                        [this](std::function<ProcessManager&()> processManager) {
-                         return CommandServices{std::move(processManager), windowServices, identity.services, environment};
+                         return CommandServices{std::move(processManager), windowServices, identity.services, environment,
+                                              work.blocking};
                        },
                        PluginServices{desktop, desktop}, plugins});
     application.setMainFlutterWindow(&*window);
@@ -129,6 +131,7 @@ struct RunningHost {
   NoDesktop desktop;
   WindowServices windowServices{windowList, desktop, desktop, desktop, desktop, desktop, diagnostics};
   testing::FakeIdentityPlatform identity;
+  testing::InlineBlockingWork work;
   FakeMainLoop loop;
   AppDelegate delegate;
   Application application{delegate, loop};

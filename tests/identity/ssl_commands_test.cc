@@ -10,6 +10,7 @@
 #include "identity/base64.h"
 #include "identity/end_date_text.h"
 #include "tests/identity/fake_identity_platform.h"
+#include "tests/support/inline_background_work.h"
 #include "tests/support/reply_recorder.h"
 
 namespace quillon {
@@ -43,7 +44,8 @@ class SslCommandsTest : public ::testing::Test {
   }
 
   testing::FakeIdentityPlatform platform;
-  CommandDispatcher dispatcher{sslCommands(platform.services)};
+  testing::InlineBlockingWork work;
+  CommandDispatcher dispatcher{sslCommands(platform.services, work.blocking)};
 };
 
 // The end that openssl reads from the certificate's file, against the date in

@@ -128,7 +128,8 @@ TEST_F(ToolDescendantsTest, AToolPastItsLimitIsKilledWithWhatItStartedAndNothing
       {hanging, 300ms, "did not end within 300 ms",
        "quillon-host: /bin/sh -c " + hanging + " did not end within its time limit of 300 ms; it was killed\n"},
       {"echo 'line\nbreak'; " + hanging, 1s, "did not end within 1 s",
-       "quillon-host: /bin/sh -c echo 'line?break'; " + hanging + " did not end within its time limit of 1 s; it was killed\n"},
+       "quillon-host: /bin/sh -c echo 'line?break'; " + hanging +
+           " did not end within its time limit of 1 s; it was killed\n"},
       {leaving, kAmple, "", ""},
   };
   for (const Case& c : cases) {

@@ -18,6 +18,7 @@
 #include "tests/support/capturing_diagnostics.h"
 #include "tests/support/fake_tool_runner.h"
 #include "tests/support/fake_window_list.h"
+#include "tests/support/inline_background_work.h"
 #include "tests/support/reply_recorder.h"
 
 namespace quillon {
@@ -78,7 +79,8 @@ class ProcessCommandsTest : public ::testing::Test {
   testing::FakeWindowList windows;
   testing::CapturingDiagnostics diagnostics;
   ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
-  CommandDispatcher dispatcher{processCommands([this]() -> ProcessManager& { return manager; })};
+  testing::InlineBlockingWork work;
+  CommandDispatcher dispatcher{processCommands([this]() -> ProcessManager& { return manager; }, work.blocking)};
 };
 
 TEST_F(ProcessCommandsTest, ProcessIdListIsEveryNumberLinePsPrintsWhateverItsExitStatusAndArguments) {

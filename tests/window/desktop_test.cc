@@ -200,7 +200,8 @@ TEST_F(DesktopWindowListTest, ListsAnotherProcessesWindowsFrontMostFirst) {
 }
 
 // Without a window manager the list is the root's children, top-most first,
-// each exactly where the client put it (no frame).
+// each exactly where the client put it (no frame); a WM_NAME in Latin-1 reads
+// as UTF-8.
 TEST(BareXServerTest, ListsTheRootsChildrenTopMostFirst) {
   OwnXServer server;
   const std::string display = server.name();
@@ -209,13 +210,13 @@ TEST(BareXServerTest, ListsTheRootsChildrenTopMostFirst) {
   setenv("DISPLAY", display.c_str(), 1);
   std::vector<WindowListEntry> entries;
   {
-    XClient client({"Lower", "120x80+10+20", "Upper", "130x90+30+40"});
+    XClient client({"Lower", "120x80+10+20", "Upper", "130x90+30+40", "--legacy-name", "Caf\xE9", "50x50+60+70"});
     X11WindowList list([] { return std::optional<int>(1); });  // the desktop's scale is not this server's
-    EXPECT_TRUE(waitUntil([&] { return (entries = windowsOf(list, client.pid())).size() == 2; }));
+    EXPECT_TRUE(waitUntil([&] { return (entries = windowsOf(list, client.pid())).size() == 3; }));
   }
   setenv("DISPLAY", desktopDisplay.c_str(), 1);
-  ASSERT_EQ(namesOf(entries), (std::vector<std::string>{"Upper", "Lower"}));
-  EXPECT_TRUE(sameBounds(*entries[0].bounds, WindowBounds{30.0, 40.0, 130.0, 90.0}));
+  ASSERT_EQ(namesOf(entries), (std::vector<std::string>{"Caf\u00E9", "Upper", "Lower"}));
+  EXPECT_TRUE(sameBounds(*entries[1].bounds, WindowBounds{30.0, 40.0, 130.0, 90.0}));
 }
 
 // Hide and show, minimise (a minimised window is left out of the list) and

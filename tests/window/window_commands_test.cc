@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "commands/command_dispatcher.h"
+#include "tests/support/inline_background_work.h"
 #include "tests/support/reply_recorder.h"
 #include "tests/window/fake_desktop.h"
 #include "window/non_modal_alert_window.h"
@@ -34,7 +35,8 @@ class WindowCommandsTest : public ::testing::Test {
   }
 
   FakeDesktop desktop;
-  CommandDispatcher dispatcher{windowCommands(desktop.services)};
+  testing::InlineBlockingWork work;
+  CommandDispatcher dispatcher{windowCommands(desktop.services, work.blocking)};
 };
 
 TEST_F(WindowCommandsTest, FailedChecksAnswerInvalidArgumentAndDoNothing) {

@@ -2,14 +2,33 @@
 
 #include <gdk/gdkx.h>
 
+#include <atomic>
+
 namespace quillon {
+
+namespace {
+
+// GDK's window scale, kept where other threads may read it; 0 for none.
+std::atomic<int> windowScaleCopy{0};
+
+void copyWindowScale() { windowScaleCopy = gdk_window_get_scale_factor(gdk_get_default_root_window()); }
+
+// GDK emits it when the window scale changes as well.
+void onMonitorsChanged(GdkScreen*, gpointer) { copyWindowScale(); }
+
+}  // namespace
 
 bool gtkDesktopAvailable() {
   // The window services speak X11 (window ids, server time, the window list);
   // under a Wayland session GTK goes through XWayland for them.
   static const bool initialised = [] {
     gdk_set_allowed_backends("x11");
-    return gtk_init_check(nullptr, nullptr) != FALSE;
+    if (gtk_init_check(nullptr, nullptr) == FALSE) return false;
+    if (GdkScreen* screen = gdk_screen_get_default()) {
+      copyWindowScale();
+      g_signal_connect(screen, "monitors-changed", G_CALLBACK(onMonitorsChanged), nullptr);
+    }
+    return true;
   }();
   GdkDisplay* display = gdk_display_get_default();
   return initialised && display != nullptr && GDK_IS_X11_DISPLAY(display);
@@ -20,9 +39,10 @@ double desktopHeight() {
   return static_cast<double>(gdk_window_get_height(root));
 }
 
-std::optional<int> gtkWindowScale() {
-  if (!gtkDesktopAvailable()) return std::nullopt;
-  return gdk_window_get_scale_factor(gdk_get_default_root_window());
+std::optional<int> lastWindowScale() {
+  const int scale = windowScaleCopy;
+  if (scale < 1) return std::nullopt;
+  return scale;
 }
 
 GtkWindow* activeHostWindow() {

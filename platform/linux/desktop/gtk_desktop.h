@@ -20,8 +20,11 @@ bool gtkDesktopAvailable();
 double desktopHeight();
 
 // Device pixels per point (GDK's application pixel): GDK's window scale, from
-// GDK_SCALE or the desktop's settings. Nothing without a display.
-std::optional<int> gtkWindowScale();
+// GDK_SCALE or the desktop's settings, as it was last on the main thread, for
+// any thread: taken when gtkDesktopAvailable() opens the display, and again
+// whenever GDK reports that the monitors or the scale changed. Nothing before
+// that, or without a display.
+std::optional<int> lastWindowScale();
 
 // The host's top-level window that has the keyboard focus, or nullptr.
 GtkWindow* activeHostWindow();

@@ -1,8 +1,5 @@
 #include "platform/linux/desktop/x11_window_list.h"
 
-#include <X11/Xlib-xcb.h>
-#include <X11/Xlib.h>
-#include <X11/Xutil.h>
 #include <xcb/res.h>
 #include <xcb/xcb.h>
 
@@ -19,10 +16,11 @@ namespace quillon {
 
 namespace {
 
-using DisplayPtr = COwner<Display, XCloseDisplay>;
+using ConnectionPtr = COwner<xcb_connection_t, xcb_disconnect>;
 
 // The atoms the list reads, interned in one batch.
 enum AtomName : std::size_t {
+  kCompoundText,
   kClientListStacking,
   kSupportingWmCheck,
   kWmState,
@@ -36,8 +34,9 @@ enum AtomName : std::size_t {
 };
 
 constexpr std::array<std::string_view, kAtomCount> kAtomNames = {
-    "_NET_CLIENT_LIST_STACKING", "_NET_SUPPORTING_WM_CHECK", "WM_STATE",    "_NET_WM_STATE",
-    "_NET_WM_STATE_HIDDEN",      "_NET_WM_PID",              "_NET_WM_NAME", "UTF8_STRING",
+    "COMPOUND_TEXT",        "_NET_CLIENT_LIST_STACKING", "_NET_SUPPORTING_WM_CHECK",
+    "WM_STATE",             "_NET_WM_STATE",             "_NET_WM_STATE_HIDDEN",
+    "_NET_WM_PID",          "_NET_WM_NAME",              "UTF8_STRING",
     "_NET_FRAME_EXTENTS",
 };
 
@@ -55,6 +54,13 @@ Atoms internAtoms(xcb_connection_t* connection) {
     atoms[index] = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
   }
   return atoms;
+}
+
+const xcb_screen_t* screenOf(xcb_connection_t* connection, int number) {
+  for (auto it = xcb_setup_roots_iterator(xcb_get_setup(connection)); it.rem > 0; xcb_screen_next(&it), --number) {
+    if (number == 0) return it.data;
+  }
+  return nullptr;
 }
 
 bool hasResourceExtension(xcb_connection_t* connection) {
@@ -136,26 +142,38 @@ std::optional<std::int64_t> ownerProcessId(xcb_connection_t* connection, const W
   return pid;
 }
 
-// WM_NAME in whatever encoding it carries (STRING, COMPOUND_TEXT, ...),
-// through Xlib's text-property conversion.
-std::optional<std::string> convertLegacyName(Display* display, const xcb_get_property_reply_t& reply) {
-  XTextProperty property{};
-  property.value = static_cast<unsigned char*>(xcb_get_property_value(&reply));
-  property.encoding = reply.type;
-  property.format = reply.format;
-  property.nitems = static_cast<unsigned long>(xcb_get_property_value_length(&reply));
-  char** list = nullptr;
-  int count = 0;
-  if (Xutf8TextPropertyToTextList(display, &property, &list, &count) < Success || list == nullptr) {
-    return std::nullopt;
+// Latin-1 text as UTF-8.
+std::string utf8FromLatin1(std::string_view text) {
+  std::string utf8;
+  for (const char byte : text) {
+    const auto c = static_cast<unsigned char>(byte);
+    if (c < 0x80) {
+      utf8.push_back(static_cast<char>(c));
+    } else {
+      utf8.push_back(static_cast<char>(0xC0 | (c >> 6)));
+      utf8.push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    }
   }
-  std::string name = count > 0 && list[0] != nullptr ? std::string(list[0]) : std::string();
-  XFreeStringList(list);
-  return name;
+  return utf8;
 }
 
-std::optional<std::string> windowName(Display* display, xcb_connection_t* connection,
-                                      const WindowQuestions& questions) {
+// WM_NAME as UTF-8: STRING is Latin-1, UTF8_STRING is UTF-8 already, and
+// COMPOUND_TEXT reads as Latin-1 when it stays in its initial character sets
+// (no escape sequence switches to another); other text has no name to give.
+std::optional<std::string> convertLegacyName(const xcb_get_property_reply_t& reply, const Atoms& atoms) {
+  const std::string_view text(static_cast<const char*>(xcb_get_property_value(&reply)),
+                              static_cast<std::size_t>(xcb_get_property_value_length(&reply)));
+  if (reply.type == atoms[kUtf8String]) return std::string(text);
+  const bool switchesCharacterSet = text.find('\x1B') != std::string_view::npos ||
+                                    text.find('\x9B') != std::string_view::npos;
+  if (reply.type == XCB_ATOM_STRING || (reply.type == atoms[kCompoundText] && !switchesCharacterSet)) {
+    return utf8FromLatin1(text);
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> windowName(xcb_connection_t* connection, const WindowQuestions& questions,
+                                      const Atoms& atoms) {
   auto netName = answerTo(xcb_get_property_reply, connection, questions.netName);
   auto legacyName = answerTo(xcb_get_property_reply, connection, questions.legacyName);
   if (netName && netName->format == 8 && netName->type != XCB_ATOM_NONE) {
@@ -163,7 +181,7 @@ std::optional<std::string> windowName(Display* display, xcb_connection_t* connec
     return std::string(text, static_cast<std::size_t>(xcb_get_property_value_length(netName.get())));
   }
   if (!legacyName || legacyName->type == XCB_ATOM_NONE || legacyName->format != 8) return std::nullopt;
-  return convertLegacyName(display, *legacyName);
+  return convertLegacyName(*legacyName, atoms);
 }
 
 // The window's outer rectangle in root coordinates, in points: the top-level's
@@ -198,8 +216,8 @@ bool isHidden(xcb_connection_t* connection, const WindowQuestions& questions, co
 
 // The entry for one window, or nothing when it is not on screen (unmapped, an
 // input-only window, minimised, or gone meanwhile).
-std::optional<WindowListEntry> answer(Display* display, xcb_connection_t* connection,
-                                      const WindowQuestions& questions, const Atoms& atoms, double pixelsPerPoint) {
+std::optional<WindowListEntry> answer(xcb_connection_t* connection, const WindowQuestions& questions,
+                                      const Atoms& atoms, double pixelsPerPoint) {
   auto attributes = answerTo(xcb_get_window_attributes_reply, connection, questions.attributes);
   const bool hidden = isHidden(connection, questions, atoms);
   if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
@@ -209,7 +227,7 @@ std::optional<WindowListEntry> answer(Display* display, xcb_connection_t* connec
   }
   WindowListEntry entry;
   entry.bounds = outerBounds(connection, questions, pixelsPerPoint);
-  entry.name = windowName(display, connection, questions);
+  entry.name = windowName(connection, questions, atoms);
   entry.ownerProcessId = ownerProcessId(connection, questions);
   return entry;
 }
@@ -219,10 +237,14 @@ std::optional<WindowListEntry> answer(Display* display, xcb_connection_t* connec
 std::optional<std::vector<WindowListEntry>> X11WindowList::onScreenWindows() {
   const std::optional<int> scale = pixelsPerPoint_();
   if (!scale || *scale < 1) return std::nullopt;
-  const DisplayPtr display(XOpenDisplay(nullptr));
-  if (!display) return std::nullopt;
-  xcb_connection_t* connection = XGetXCBConnection(display.get());
-  const xcb_window_t root = static_cast<xcb_window_t>(DefaultRootWindow(display.get()));
+  int screenNumber = 0;
+  const ConnectionPtr owned(xcb_connect(nullptr, &screenNumber));
+  xcb_connection_t* connection = owned.get();
+  // A connection that failed is an object all the same, in an error state.
+  if (xcb_connection_has_error(connection) != 0) return std::nullopt;
+  const xcb_screen_t* screen = screenOf(connection, screenNumber);
+  if (screen == nullptr) return std::nullopt;
+  const xcb_window_t root = screen->root;
   const Atoms atoms = internAtoms(connection);
   const bool haveXRes = hasResourceExtension(connection);
 
@@ -233,7 +255,7 @@ std::optional<std::vector<WindowListEntry>> X11WindowList::onScreenWindows() {
   for (const StackedWindow& window : windows) questions.push_back(ask(connection, window, root, atoms, haveXRes));
   std::vector<WindowListEntry> entries;
   for (const WindowQuestions& window : questions) {
-    if (auto entry = answer(display.get(), connection, window, atoms, *scale)) entries.push_back(std::move(*entry));
+    if (auto entry = answer(connection, window, atoms, *scale)) entries.push_back(std::move(*entry));
   }
   return entries;
 }

@@ -37,6 +37,7 @@ NssSession* NssKeychain::sessionFor(NssSession::Access access) const {
 
 std::optional<Certificate> NssKeychain::makeCertificate(const std::vector<std::uint8_t>& der) const {
   if (der.empty() || der.size() > std::numeric_limits<unsigned int>::max()) return std::nullopt;
+  const std::lock_guard lock(mutex_);
   NssSession* session = sessionFor(NssSession::Access::kNoDatabase);
   if (!session) return std::nullopt;
   SECItem item = itemOf(der);
@@ -48,6 +49,7 @@ std::optional<Certificate> NssKeychain::makeCertificate(const std::vector<std::u
 }
 
 Expected<Certificate, KeychainError> NssKeychain::copyMatching(const SearchRequest& request) {
+  const std::lock_guard lock(mutex_);
   NssSession* session = sessionFor(NssSession::Access::kReadOnly);
   if (!session) return KeychainError::kUnavailable;
   const NssCertificate found = findCertificateByLabel(*session, request.label);
@@ -57,6 +59,7 @@ Expected<Certificate, KeychainError> NssKeychain::copyMatching(const SearchReque
 }
 
 Expected<void, KeychainError> NssKeychain::add(const AddRequest& request) {
+  const std::lock_guard lock(mutex_);
   NssSession* session = sessionFor(NssSession::Access::kReadWrite);
   if (!session) return KeychainError::kUnavailable;
   SECItem item = itemOf(request.value.der());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "platform/keychain.h"
@@ -17,7 +18,8 @@ namespace quillon {
 // writing from the first addition on. SQLite holds no lock between requests,
 // so the programs sharing the database go on reading and writing it, and every
 // lookup sees their changes. NSS keeps one database open per process, so there
-// is one NssKeychain at a time.
+// is one NssKeychain at a time. Requests may come from several threads (the
+// host's workers): they take turns, as the session they share is one.
 class NssKeychain final : public Keychain {
  public:
   // `databaseDirectory` holds cert9.db and key4.db; see userDatabaseDirectory().
@@ -39,7 +41,8 @@ class NssKeychain final : public Keychain {
 
   std::string databaseDirectory_;
   // Kept across requests; even decoding a certificate, a const request, opens it.
-  mutable std::unique_ptr<NssSession> session_;
+  mutable std::unique_ptr<NssSession> session_;  // guarded by mutex_
+  mutable std::mutex mutex_;
 };
 
 }  // namespace quillon
