@@ -58,5 +58,18 @@ TEST_F(ProcessEndToEndTest, EachCommandAnswersAboutRealProcesses) {
   EXPECT_EQ(host_.output(), "Error: Could not retrieve window list from Core Graphics.\n");
 }
 
+// Kernel threads are processes to the interface too, whatever the user's ps
+// settings (LIBPROC_HIDE_KERNEL among them) say: kthreadd, the first of them,
+// is listed, alive and named.
+TEST_F(ProcessEndToEndTest, KernelThreadsCountWhateverPsSettingsTheUserHas) {
+  if (testing::readFile("/proc/2/comm") != "kthreadd\n") GTEST_SKIP() << "no kthreadd in this PID namespace";
+  const ChannelReply table = call("process::getProcessIdList");
+  ASSERT_TRUE(table.isSuccess());
+  const auto& ids = std::get<ChannelList>(table.value().variant());
+  EXPECT_NE(std::ranges::find(ids, ChannelValue(2)), ids.end());
+  EXPECT_EQ(call("process::isAlive", 2), ChannelReply::success(true));
+  EXPECT_EQ(call("process::getProcessName", 2), ChannelReply::success("kthreadd"));
+}
+
 }  // namespace
 }  // namespace quillon
