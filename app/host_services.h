@@ -23,6 +23,7 @@
 #include "platform/linux/identity/linux_temporary_directory.h"
 #include "platform/linux/identity/nss_keychain.h"
 #include "platform/linux/identity/sysfs_network_interfaces.h"
+#include "platform/linux/process/pidfd_process_ends.h"
 #include "platform/linux/process/posix_tool_runner.h"
 #include "platform/linux/process/proc_running_applications.h"
 #include "platform/linux/process/process_query_script_runner.h"
@@ -84,6 +85,7 @@ class HostServices {
 
   ProcRunningApplications applications_;
   ProcessQueryScriptRunner scripts_;
+  PidfdProcessEnds processEnds_;
   ProcessEnvironment process_;
 
   NssKeychain keychain_{NssKeychain::userDatabaseDirectory()};

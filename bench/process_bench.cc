@@ -13,6 +13,7 @@
 #include <cerrno>
 
 #include "platform/linux/desktop/x11_window_list.h"
+#include "platform/linux/process/pidfd_process_ends.h"
 #include "platform/linux/process/posix_tool_runner.h"
 #include "platform/linux/process/proc_running_applications.h"
 #include "platform/linux/process/process_query_script_runner.h"
@@ -69,7 +70,8 @@ void BM_GetProcessIdList(benchmark::State& state) {
   ProcessQueryScriptRunner scripts;
   X11WindowList windows;
   StdoutDiagnostics diagnostics;
-  ProcessManager manager(ProcessEnvironment{tools, applications, scripts, windows, diagnostics});
+  PidfdProcessEnds ends;
+  ProcessManager manager(ProcessEnvironment{tools, applications, scripts, windows, diagnostics, ends});
   std::size_t ids = 0;
   for (auto _ : state) {
     const auto list = manager.getProcessIdList();

@@ -44,6 +44,11 @@ struct FuzzInput {
   std::optional<double> maybeDouble() const { return chance() ? std::optional(anyDouble()) : std::nullopt; }
 };
 
+// Kills take effect at once here: there is nothing to wait for.
+struct NoProcessEnds final : ProcessEnds {
+  void waitForEnd(std::int64_t, std::chrono::milliseconds) override {}
+};
+
 class FuzzedToolRunner final : public ToolRunner {
  public:
   explicit FuzzedToolRunner(const FuzzInput& input) : input_(input) {}
@@ -359,7 +364,8 @@ struct FuzzedPlatform {
   FuzzedBundle bundle{input};
   RefusingPluginServices plugins;
 
-  ProcessEnvironment process{tools, applications, scripts, windowList, diagnostics};
+  NoProcessEnds ends;
+  ProcessEnvironment process{tools, applications, scripts, windowList, diagnostics, ends};
   WindowServices window{windowList, hostWindows, screens, textMeasurer, alertWindows, mainQueue, diagnostics};
   IdentityServices identity{keychain, temporaryDirectory, uuids, tools, dates, dates, machine, machine, diagnostics};
   BundleEnvironment bundleEnvironment{bundle, bundle, diagnostics};

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/diagnostics.h"
+#include "platform/process_ends.h"
 #include "platform/running_applications.h"
 #include "platform/script_runner.h"
 #include "platform/tool_runner.h"
@@ -16,6 +17,7 @@ struct ProcessEnvironment {
   ScriptRunner& scripts;
   WindowList& windows;
   Diagnostics& diagnostics;
+  ProcessEnds& ends;
 };
 
 }  // namespace quillon

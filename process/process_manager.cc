@@ -87,11 +87,15 @@ void ProcessManager::getMainWindowTitle(std::int64_t processId, Completion compl
 
 bool ProcessManager::closeWindow(std::int64_t processId) { return killProcess(processId); }
 
+// SIGKILL takes effect when its target next runs: the answer waits for that
+// (a moment, unless the process is stuck in the kernel), so that a liveness
+// check that follows it sees the kill.
 bool ProcessManager::killProcess(std::int64_t processId) {
   if (!isPossibleProcessId(processId)) return false;
-  return startedAndExitedWithZero(
-      environment_.tools.run(kKillTool, {"-9", std::to_string(processId)}, ToolRunner::Streams::kOutput,
-                             kKillTimeLimit));
+  const bool killed = startedAndExitedWithZero(environment_.tools.run(
+      kKillTool, {"-9", std::to_string(processId)}, ToolRunner::Streams::kOutput, kKillTimeLimit));
+  if (killed) environment_.ends.waitForEnd(processId, kKillEndTime);
+  return killed;
 }
 
 std::string ProcessManager::getProcessName(std::int64_t processId) { return readProcessField(processId, "comm="); }

@@ -40,6 +40,8 @@ class ProcessManager {
   // (docs/process.md says why these).
   static constexpr std::chrono::seconds kPsTimeLimit{10};
   static constexpr std::chrono::seconds kKillTimeLimit{5};
+  // How long a kill waits for its process to end before it answers.
+  static constexpr std::chrono::seconds kKillEndTime{1};
 
   explicit ProcessManager(const ProcessEnvironment& environment) : environment_(environment) {}
   ProcessManager(const ProcessManager&) = delete;

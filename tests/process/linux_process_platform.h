@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/linux/desktop/x11_window_list.h"
+#include "platform/linux/process/pidfd_process_ends.h"
 #include "platform/linux/process/posix_tool_runner.h"
 #include "platform/linux/process/proc_running_applications.h"
 #include "platform/linux/process/process_query_script_runner.h"
@@ -17,7 +18,8 @@ struct LinuxProcessPlatform {
   ProcessQueryScriptRunner scripts;
   X11WindowList windows;
   CapturingDiagnostics diagnostics;
-  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
+  PidfdProcessEnds ends;
+  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics, ends}};
 };
 
 }  // namespace quillon::testing

@@ -43,6 +43,13 @@ struct FakeRunningApplications final : RunningApplications {
   std::vector<RunningApplication> applications;
 };
 
+struct FakeProcessEnds final : ProcessEnds {
+  void waitForEnd(std::int64_t processId, std::chrono::milliseconds limit) override {
+    waits.emplace_back(processId, limit);
+  }
+  std::vector<std::pair<std::int64_t, std::chrono::milliseconds>> waits;
+};
+
 struct FakeScriptRunner final : ScriptRunner {
   using Result = Expected<std::optional<std::string>, ScriptFailure>;
   Result run(const std::string& source) override {
@@ -78,7 +85,8 @@ class ProcessCommandsTest : public ::testing::Test {
   FakeScriptRunner scripts;
   testing::FakeWindowList windows;
   testing::CapturingDiagnostics diagnostics;
-  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics}};
+  FakeProcessEnds ends;
+  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics, ends}};
   testing::InlineBlockingWork work;
   CommandDispatcher dispatcher{processCommands([this]() -> ProcessManager& { return manager; }, work.blocking)};
 };
@@ -128,12 +136,17 @@ TEST_F(ProcessCommandsTest, AliveExactlyWhenPsListedTheId) {
   }
 }
 
+// A kill that succeeded waits (a second at most) for its process to end.
 TEST_F(ProcessCommandsTest, KillAndCloseWindowAnswerWhetherKillExitedWithZero) {
   const std::pair<Expected<ToolRun>, bool> cases[] = {{finishedRun(""), true}, {finishedRun("", 1), false}, {notStartedRun(), false}};
   for (const auto& [run, killed] : cases) {
     for (const char* method : {"process::killProcess", "process::closeWindow"}) {
+      ends.waits.clear();
       EXPECT_EQ(callRunning(method, 2147483647, run, {"/bin/kill", {"-9", "2147483647"}, kOutput, kKillLimit}),
                 ChannelReply::success(killed));
+      using Waits = std::vector<std::pair<std::int64_t, std::chrono::milliseconds>>;
+      const Waits waited = killed ? Waits{{2147483647, std::chrono::seconds(1)}} : Waits{};
+      EXPECT_EQ(ends.waits, waited);
     }
   }
 }
