@@ -12,6 +12,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "base/printed_lines.h"
+
 namespace quillon {
 
 namespace {
@@ -182,8 +184,9 @@ void LinkListener::accepted(UniqueFd client) {
   socklen_t size = sizeof credentials;
   if (::getsockopt(client.get(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0 ||
       credentials.uid != allowedUser_) {
-    std::fprintf(stderr, "quillon-host: refused an interface connection of user %u\n",
-                 static_cast<unsigned>(credentials.uid));
+    standardErrorLines().print("refused interface connections",
+                               "quillon-host: refused an interface connection of user " +
+                                   std::to_string(static_cast<unsigned>(credentials.uid)));
     return;
   }
   onAccepted_(std::move(client));

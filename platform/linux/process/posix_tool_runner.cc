@@ -20,6 +20,7 @@
 #include <system_error>
 #include <thread>
 
+#include "base/printed_lines.h"
 #include "base/unique_fd.h"
 
 extern char** environ;
@@ -245,8 +246,9 @@ std::string commandLineText(const std::string& executable, const std::vector<std
 
 void reportTimeLimit(const std::string& executable, const std::vector<std::string>& arguments,
                      std::chrono::milliseconds timeLimit) {
-  std::fprintf(stderr, "quillon-host: %s did not end within its time limit of %s; it was killed\n",
-               commandLineText(executable, arguments).c_str(), durationText(timeLimit).c_str());
+  standardErrorLines().print("tools past their time limit", "quillon-host: " + commandLineText(executable, arguments) +
+                                                                " did not end within its time limit of " +
+                                                                durationText(timeLimit) + "; it was killed");
 }
 
 }  // namespace
