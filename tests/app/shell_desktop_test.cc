@@ -315,8 +315,9 @@ TEST_F(DesktopHostTest, TheMainScreenFollowsTheWindowToTheMonitorItWasMovedTo) {
       {"its frame to the other monitor", frameOf(window), other},
   };
   bool reachedTheOther = false;
-  for (const auto& [how, moved, target] : moves) {
+  for (const auto& [how, moved, destination] : moves) {
     SCOPED_TRACE(how);
+    const Monitor& target = destination;  // a name the lambdas below can capture
     tool("xdotool windowmove --sync " + moved + " " + std::to_string(target.x + 220) + " " +
          std::to_string(target.y + 100));
     std::optional<Monitor> now;

@@ -216,7 +216,9 @@ TEST(LinkBudgetTest, UnfinishedFramesUpToTheIncomingBudgetExactlyAreHeld) {
       peer.send(startOfFrame(room));
       peers.push_back(std::move(peer));
     }
-    EXPECT_TRUE(pumpUntil([&] { return messenger.incomingBytesHeld() == held; })) << messenger.incomingBytesHeld();
+    const std::size_t expectedHeld = held;
+    EXPECT_TRUE(pumpUntil([&] { return messenger.incomingBytesHeld() == expectedHeld; }))
+        << messenger.incomingBytesHeld();
     EXPECT_EQ(messenger.connectionCount(), lastOpen ? 4u : 3u);
     EXPECT_EQ(peers.back().closedByHost(std::chrono::milliseconds(lastOpen ? 50 : 10'000)), !lastOpen);
   }
