@@ -7,6 +7,7 @@
 
 #include "base/c_owner.h"
 #include "platform/linux/desktop/gtk_desktop.h"
+#include "platform/linux/desktop/line_break_hints.h"
 #include "platform/linux/desktop/pango_text_measurer.h"
 
 namespace quillon {
@@ -25,7 +26,7 @@ void useFont(GtkLabel* label, const SystemFont& font) {
 }
 
 GtkWidget* wrappedLabel(const std::string& text, const SystemFont& font) {
-  GtkWidget* label = gtk_label_new(text.c_str());
+  GtkWidget* label = gtk_label_new(withLineBreakHints(text).c_str());
   gtk_label_set_line_wrap(GTK_LABEL(label), TRUE);
   gtk_label_set_line_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
   gtk_label_set_lines(GTK_LABEL(label), -1);

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "platform/linux/desktop/gtk_desktop.h"
+#include "platform/linux/desktop/line_break_hints.h"
 
 namespace quillon {
 
@@ -49,7 +50,8 @@ double PangoTextMeasurer::heightOf(std::string_view text, double width, const Sy
   pango_layout_set_font_description(layout, description.get());
   pango_layout_set_wrap(layout, PANGO_WRAP_WORD_CHAR);
   pango_layout_set_width(layout, pangoWidth(width));
-  pango_layout_set_text(layout, text.data(), static_cast<int>(std::min<std::size_t>(text.size(), INT32_MAX)));
+  const std::string shown = withLineBreakHints(text);
+  pango_layout_set_text(layout, shown.data(), static_cast<int>(std::min<std::size_t>(shown.size(), INT32_MAX)));
   PangoRectangle logical{};
   pango_layout_get_extents(layout, nullptr, &logical);
   return static_cast<double>(logical.height) / PANGO_SCALE;
