@@ -7,7 +7,7 @@ namespace quillon {
 HostServices::HostServices()
     : bundle_{bundleLocator_, files_, diagnostics_},
       window_{windowList_, hostWindows_, screens_, textMeasurer_, alertWindows_, mainQueue_, diagnostics_},
-      process_{tools_, applications_, scripts_, windowList_, diagnostics_, processEnds_},
+      process_{tools_, applications_, mainWindowHandles_, windowList_, diagnostics_, processEnds_},
       identity_{keychain_, temporaryDirectory_, uuids_, tools_, dates_, clock_, interfaces_, hardware_,
                 diagnostics_} {}
 

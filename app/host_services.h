@@ -25,8 +25,8 @@
 #include "platform/linux/identity/sysfs_network_interfaces.h"
 #include "platform/linux/process/pidfd_process_ends.h"
 #include "platform/linux/process/posix_tool_runner.h"
+#include "platform/linux/process/proc_main_window_handles.h"
 #include "platform/linux/process/proc_running_applications.h"
-#include "platform/linux/process/process_query_script_runner.h"
 #include "platform/linux/system/flutter_bundle_locator.h"
 #include "platform/linux/system/glib_main_queue.h"
 #include "platform/linux/system/glib_worker_pool.h"
@@ -84,7 +84,7 @@ class HostServices {
   WindowServices window_;
 
   ProcRunningApplications applications_;
-  ProcessQueryScriptRunner scripts_;
+  ProcMainWindowHandles mainWindowHandles_;
   PidfdProcessEnds processEnds_;
   ProcessEnvironment process_;
 

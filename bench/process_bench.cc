@@ -15,8 +15,8 @@
 #include "platform/linux/desktop/x11_window_list.h"
 #include "platform/linux/process/pidfd_process_ends.h"
 #include "platform/linux/process/posix_tool_runner.h"
+#include "platform/linux/process/proc_main_window_handles.h"
 #include "platform/linux/process/proc_running_applications.h"
-#include "platform/linux/process/process_query_script_runner.h"
 #include "platform/linux/system/stdout_diagnostics.h"
 #include "process/process_id_list.h"
 #include "process/process_manager.h"
@@ -67,11 +67,11 @@ void BM_PsThroughToolRunner(benchmark::State& state) {
 void BM_GetProcessIdList(benchmark::State& state) {
   PosixToolRunner tools;
   ProcRunningApplications applications;
-  ProcessQueryScriptRunner scripts;
+  ProcMainWindowHandles handles;
   X11WindowList windows;
   StdoutDiagnostics diagnostics;
   PidfdProcessEnds ends;
-  ProcessManager manager(ProcessEnvironment{tools, applications, scripts, windows, diagnostics, ends});
+  ProcessManager manager(ProcessEnvironment{tools, applications, handles, windows, diagnostics, ends});
   std::size_t ids = 0;
   for (auto _ : state) {
     const auto list = manager.getProcessIdList();

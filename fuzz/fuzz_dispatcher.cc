@@ -6,7 +6,8 @@
 // commands' own keys or without; now and then bytes that are no call at all.
 // Every call must be answered exactly once, before its handler returns, with
 // bytes that decode, in the shape its command documents. The platform's tools
-// refuse any process id outside the possible ones (fuzzed_platform.h).
+// and handle lookup refuse any process id outside the possible ones
+// (fuzzed_platform.h).
 #include <array>
 #include <cstddef>
 #include <cstdint>

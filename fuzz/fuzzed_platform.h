@@ -1,8 +1,9 @@
 // FuzzedPlatform: every platform interface that the command catalogue and the
 // shell reach, answering whatever the fuzzer's input says: outputs and names of
 // any bytes (text or not), coordinates of any double, failures anywhere. The
-// tools also check what reaches them: an id that names no possible process
-// must never get to ps or kill, so such a run ends the fuzzer at once.
+// tools and the handle lookup also check what reaches them: an id that names
+// no possible process must never get to ps, kill or the desktop's process
+// list, so such a run ends the fuzzer at once.
 //
 // Contract: `input` is set before each use and outlives it; everything the
 // platform answers is drawn from it, so a run is repeated exactly by its input.
@@ -97,13 +98,16 @@ class FuzzedRunningApplications final : public RunningApplications {
   const FuzzInput& input_;
 };
 
-class FuzzedScriptRunner final : public ScriptRunner {
+// Any handle, none, or a failure whose reason is any bytes; like the tools, it
+// must never be asked about an id that names no possible process.
+class FuzzedMainWindowHandles final : public MainWindowHandles {
  public:
-  explicit FuzzedScriptRunner(const FuzzInput& input) : input_(input) {}
-  Expected<std::optional<std::string>, ScriptFailure> run(const std::string&) override {
-    if (input_.chance()) return input_.maybeBytes();
-    const auto kind = input_.get().PickValueInArray({ScriptFailure::Kind::kNotMade, ScriptFailure::Kind::kFailed});
-    return ScriptFailure{kind, input_.bytes()};
+  explicit FuzzedMainWindowHandles(const FuzzInput& input) : input_(input) {}
+  Expected<std::optional<std::int64_t>> handleOf(std::int64_t processId) override {
+    check(isPossibleProcessId(processId));
+    if (!input_.chance()) return Failure{input_.bytes()};
+    if (!input_.chance()) return std::nullopt;
+    return std::optional(input_.get().ConsumeIntegral<std::int64_t>());
   }
 
  private:
@@ -349,7 +353,7 @@ struct FuzzedPlatform {
   SilentDiagnostics diagnostics;
   FuzzedToolRunner tools{input};
   FuzzedRunningApplications applications{input};
-  FuzzedScriptRunner scripts{input};
+  FuzzedMainWindowHandles handles{input};
   FuzzedWindowList windowList{input};
   FuzzedHostWindows hostWindows{input};
   FuzzedScreens screens{input};
@@ -365,7 +369,7 @@ struct FuzzedPlatform {
   RefusingPluginServices plugins;
 
   NoProcessEnds ends;
-  ProcessEnvironment process{tools, applications, scripts, windowList, diagnostics, ends};
+  ProcessEnvironment process{tools, applications, handles, windowList, diagnostics, ends};
   WindowServices window{windowList, hostWindows, screens, textMeasurer, alertWindows, mainQueue, diagnostics};
   IdentityServices identity{keychain, temporaryDirectory, uuids, tools, dates, dates, machine, machine, diagnostics};
   BundleEnvironment bundleEnvironment{bundle, bundle, diagnostics};

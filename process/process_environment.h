@@ -3,9 +3,9 @@
 #pragma once
 
 #include "platform/diagnostics.h"
+#include "platform/main_window_handles.h"
 #include "platform/process_ends.h"
 #include "platform/running_applications.h"
-#include "platform/script_runner.h"
 #include "platform/tool_runner.h"
 #include "platform/window_list.h"
 
@@ -14,7 +14,7 @@ namespace quillon {
 struct ProcessEnvironment {
   ToolRunner& tools;
   RunningApplications& applications;
-  ScriptRunner& scripts;
+  MainWindowHandles& handles;
   WindowList& windows;
   Diagnostics& diagnostics;
   ProcessEnds& ends;

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "channel/utf8_text.h"
-#include "process/main_window_script.h"
 #include "process/process_id.h"
 #include "process/process_id_list.h"
 #include "process/unicode_text.h"
@@ -174,21 +173,16 @@ void ProcessManager::completeMainWindowLookup(std::int64_t processId, Completion
   }
 }
 
+// The desktop lists only the ids a process can have: any other id names no
+// process it lists, and never reaches it to be narrowed to another one.
 std::optional<std::string> ProcessManager::findMainWindowHandle(std::int64_t processId) {
-  return runAppleScript(mainWindowHandleScript(processId));
-}
-
-std::optional<std::string> ProcessManager::runAppleScript(const std::string& source) {
-  auto result = environment_.scripts.run(source);
-  if (!result) {
-    if (result.error().kind == ScriptFailure::Kind::kFailed) {
-      environment_.diagnostics.printLine("AppleScript Error: " + result.error().errorInformation);
-    }
+  if (!isPossibleProcessId(processId)) return std::string();
+  const auto handle = environment_.handles.handleOf(processId);
+  if (!handle) {
+    environment_.diagnostics.printLine("AppleScript Error: " + handle.error().reason);
     return std::nullopt;
   }
-  // A result that is not UTF-8 has no text form.
-  if (*result && !isUtf8Text(**result)) return std::nullopt;
-  return *std::move(result);
+  return *handle ? std::to_string(**handle) : std::string();
 }
 
 std::optional<std::string> ProcessManager::findMainWindowTitle(std::int64_t processId) {

@@ -1,10 +1,10 @@
 // ProcessManager: the host's process services, over the platform of a
 // ProcessEnvironment. Holds no state of its own: every operation asks the
-// system afresh, on the calling thread, and blocks it while a tool or script
-// runs, each tool for at most its time limit. Operations may run on several
-// threads at once when the environment's implementations allow it (the
-// host's do: its commands run them on worker threads). The host keeps one
-// instance; the environment's implementations must outlive it.
+// system afresh, on the calling thread, and blocks it while a tool runs or
+// the platform is asked, each tool for at most its time limit. Operations may
+// run on several threads at once when the environment's implementations allow
+// it (the host's do: its commands run them on worker threads). The host keeps
+// one instance; the environment's implementations must outlive it.
 //
 // Two faces over the same behaviour. The core operations return their result,
 // except the three that answer through a completion. The exported face takes a
@@ -80,7 +80,6 @@ class ProcessManager {
   void completeMainWindowLookup(std::int64_t processId, Completion completion, const Lookup& lookup,
                                 std::string_view notFoundMessage);
   std::optional<std::string> findMainWindowHandle(std::int64_t processId);
-  std::optional<std::string> runAppleScript(const std::string& source);
   std::optional<std::string> findMainWindowTitle(std::int64_t processId);
 
  private:

@@ -5,8 +5,8 @@
 #include "platform/linux/desktop/x11_window_list.h"
 #include "platform/linux/process/pidfd_process_ends.h"
 #include "platform/linux/process/posix_tool_runner.h"
+#include "platform/linux/process/proc_main_window_handles.h"
 #include "platform/linux/process/proc_running_applications.h"
-#include "platform/linux/process/process_query_script_runner.h"
 #include "process/process_manager.h"
 #include "tests/support/capturing_diagnostics.h"
 
@@ -15,11 +15,11 @@ namespace quillon::testing {
 struct LinuxProcessPlatform {
   PosixToolRunner tools;
   ProcRunningApplications applications;
-  ProcessQueryScriptRunner scripts;
+  ProcMainWindowHandles handles;
   X11WindowList windows;
   CapturingDiagnostics diagnostics;
   PidfdProcessEnds ends;
-  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics, ends}};
+  ProcessManager manager{ProcessEnvironment{tools, applications, handles, windows, diagnostics, ends}};
 };
 
 }  // namespace quillon::testing

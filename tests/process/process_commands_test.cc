@@ -12,7 +12,6 @@
 
 #include "commands/command_dispatcher.h"
 #include "commands/process_commands.h"
-#include "process/main_window_script.h"
 #include "process/process_manager.h"
 #include "process/unicode_text.h"
 #include "tests/support/capturing_diagnostics.h"
@@ -50,14 +49,14 @@ struct FakeProcessEnds final : ProcessEnds {
   std::vector<std::pair<std::int64_t, std::chrono::milliseconds>> waits;
 };
 
-struct FakeScriptRunner final : ScriptRunner {
-  using Result = Expected<std::optional<std::string>, ScriptFailure>;
-  Result run(const std::string& source) override {
-    sources.push_back(source);
+struct FakeMainWindowHandles final : MainWindowHandles {
+  using Result = Expected<std::optional<std::int64_t>>;
+  Result handleOf(std::int64_t processId) override {
+    asked.push_back(processId);
     return result;
   }
-  Result result = ScriptFailure{};
-  std::vector<std::string> sources;
+  Result result = Failure{};
+  Ids asked;
 };
 
 // The catalogue over a ProcessManager over fakes, each of which records what
@@ -82,11 +81,11 @@ class ProcessCommandsTest : public ::testing::Test {
 
   testing::FakeToolRunner tools;
   FakeRunningApplications applications;
-  FakeScriptRunner scripts;
+  FakeMainWindowHandles handles;
   testing::FakeWindowList windows;
   testing::CapturingDiagnostics diagnostics;
   FakeProcessEnds ends;
-  ProcessManager manager{ProcessEnvironment{tools, applications, scripts, windows, diagnostics, ends}};
+  ProcessManager manager{ProcessEnvironment{tools, applications, handles, windows, diagnostics, ends}};
   testing::InlineBlockingWork work;
   CommandDispatcher dispatcher{processCommands([this]() -> ProcessManager& { return manager; }, work.blocking)};
 };
@@ -163,8 +162,10 @@ TEST_F(ProcessCommandsTest, ImpossibleIdsAnswerAsNoSuchProcessWithoutRunningAToo
     for (const char* method : {"process::getProcessName", "process::getProcessFileName", "process::getProcessLaunchArguments"}) {
       EXPECT_EQ(call(method, id), ChannelReply::success("")) << method << " " << id;
     }
+    EXPECT_EQ(call("process::getMainWindowHandle", id), ChannelReply::success("")) << id;
   }
   EXPECT_TRUE(tools.calls.empty());
+  EXPECT_TRUE(handles.asked.empty());
 }
 
 TEST_F(ProcessCommandsTest, FieldsAreWhatPsPrintsForTheirKeywordTrimmedOrUnknown) {
@@ -234,29 +235,26 @@ TEST_F(ProcessCommandsTest, ProcessIdCommandsRefuseAnythingButAnIntegerProcessId
     }
   }
   EXPECT_TRUE(tools.calls.empty());
-  EXPECT_TRUE(scripts.sources.empty());
+  EXPECT_TRUE(handles.asked.empty());
 }
 
-TEST_F(ProcessCommandsTest, MainWindowHandleAnswersTheScriptsText) {
-  using Kind = ScriptFailure::Kind;
-  using Text = std::optional<std::string>;
-  const ChannelReply notFound = ChannelReply::error("UNAVAILABLE", "Main window handle not found");
-  const std::tuple<const char*, FakeScriptRunner::Result, ChannelReply, std::vector<std::string>> cases[] = {
-      {"process listed", Text("4242"), ChannelReply::success("4242"), {}},
-      {"process not listed", Text(""), ChannelReply::success(""), {}},
-      {"result without text", Text(), notFound, {}},
-      {"result that is not UTF-8", Text("42\xFF"), notFound, {}},
-      {"script not made", ScriptFailure{Kind::kNotMade, ""}, notFound, {}},
-      {"script failed", ScriptFailure{Kind::kFailed, "{number = -1728}"}, notFound,
-       {"AppleScript Error: {number = -1728}"}},
+// The handle the desktop answers (not the id asked) as its whole decimal text; the desktop's reason for a
+// failure only in the printed line.
+TEST_F(ProcessCommandsTest, MainWindowHandleIsTheIdTheDesktopListsOrUnavailable) {
+  using Handle = std::optional<std::int64_t>;
+  const std::tuple<const char*, FakeMainWindowHandles::Result, ChannelReply, std::vector<std::string>> cases[] = {
+      {"process listed", Handle(kMax), ChannelReply::success("9223372036854775807"), {}},
+      {"process not listed", Handle(), ChannelReply::success(""), {}},
+      {"desktop failed", Failure{"{number = -1728}"},
+       ChannelReply::error("UNAVAILABLE", "Main window handle not found"), {"AppleScript Error: {number = -1728}"}},
   };
   for (const auto& [name, result, reply, printed] : cases) {
     SCOPED_TRACE(name);
-    scripts.result = result;
-    scripts.sources.clear();
+    handles.result = result;
+    handles.asked.clear();
     diagnostics.lines.clear();
-    EXPECT_EQ(call("process::getMainWindowHandle", 4242), reply);
-    EXPECT_EQ(scripts.sources, std::vector<std::string>{mainWindowHandleScript(4242)});
+    EXPECT_EQ(call("process::getMainWindowHandle", 2147483647), reply);
+    EXPECT_EQ(handles.asked, Ids{2147483647});
     EXPECT_EQ(diagnostics.lines, printed);
   }
 }
