@@ -109,52 +109,6 @@ std::string ProcessManager::getProcessLaunchArguments(std::int64_t processId) {
 
 std::string ProcessManager::getProcessWorkingDirectory(std::int64_t) { return std::string(kUnknown); }
 
-void ProcessManager::getProcessIdList(Completion completion) { std::move(completion).success(processIdListValue(getProcessIdList())); }
-
-void ProcessManager::getCurrentProcessId(Completion completion) {
-  std::move(completion).success(getCurrentProcessId());
-}
-
-void ProcessManager::getProcessesByNameWithProcessName(const std::string& processName, Completion completion) {
-  getProcessesByName(processName, std::move(completion));
-}
-
-void ProcessManager::isAliveWithProcessId(std::int64_t processId, Completion completion) {
-  std::move(completion).success(isAlive(processId));
-}
-
-void ProcessManager::getMainWindowHandleWithProcessId(std::int64_t processId, Completion completion) {
-  getMainWindowHandle(processId, std::move(completion));
-}
-
-void ProcessManager::getMainWindowTitleWithProcessId(std::int64_t processId, Completion completion) {
-  getMainWindowTitle(processId, std::move(completion));
-}
-
-void ProcessManager::closeWindowWithProcessId(std::int64_t processId, Completion completion) {
-  std::move(completion).success(closeWindow(processId));
-}
-
-void ProcessManager::killProcessWithProcessId(std::int64_t processId, Completion completion) {
-  std::move(completion).success(killProcess(processId));
-}
-
-void ProcessManager::getProcessNameWithProcessId(std::int64_t processId, Completion completion) {
-  std::move(completion).success(getProcessName(processId));
-}
-
-void ProcessManager::getProcessFileNameWithProcessId(std::int64_t processId, Completion completion) {
-  std::move(completion).success(getProcessFileName(processId));
-}
-
-void ProcessManager::getProcessLaunchArgumentsWithProcessId(std::int64_t processId, Completion completion) {
-  std::move(completion).success(getProcessLaunchArguments(processId));
-}
-
-void ProcessManager::getProcessWorkingDirectoryWithProcessId(std::int64_t processId, Completion completion) {
-  std::move(completion).success(getProcessWorkingDirectory(processId));
-}
-
 // An id that names no process reads as the empty text, as ps answers for one.
 std::string ProcessManager::readProcessField(std::int64_t processId, std::string_view keyword) {
   if (!isPossibleProcessId(processId)) return {};

@@ -6,12 +6,11 @@
 // it (the host's do: its commands run them on worker threads). The host keeps
 // one instance; the environment's implementations must outlive it.
 //
-// Two faces over the same behaviour. The core operations return their result,
-// except the three that answer through a completion. The exported face takes a
-// completion as the last parameter of every operation. Either way a completion
-// is called exactly once, on the calling thread, before the operation returns.
-// Failures come back as values (empty list, "Unknown", "", false); the only
-// error reply is "UNAVAILABLE" from the two main-window lookups.
+// The operations return their result, except the three that answer through a
+// completion, which is called exactly once, on the calling thread, before the
+// operation returns. Failures come back as values (empty list, "Unknown", "",
+// false); the only error reply is "UNAVAILABLE" from the two main-window
+// lookups.
 #pragma once
 
 #include <chrono>
@@ -47,7 +46,6 @@ class ProcessManager {
   ProcessManager(const ProcessManager&) = delete;
   ProcessManager& operator=(const ProcessManager&) = delete;
 
-  // Core operations.
   std::vector<std::int64_t> getProcessIdList();
   std::int32_t getCurrentProcessId();
   void getProcessesByName(const std::string& processName, Completion completion);
@@ -60,20 +58,6 @@ class ProcessManager {
   std::string getProcessFileName(std::int64_t processId);
   std::string getProcessLaunchArguments(std::int64_t processId);
   std::string getProcessWorkingDirectory(std::int64_t processId);
-
-  // Exported face.
-  void getProcessIdList(Completion completion);
-  void getCurrentProcessId(Completion completion);
-  void getProcessesByNameWithProcessName(const std::string& processName, Completion completion);
-  void isAliveWithProcessId(std::int64_t processId, Completion completion);
-  void getMainWindowHandleWithProcessId(std::int64_t processId, Completion completion);
-  void getMainWindowTitleWithProcessId(std::int64_t processId, Completion completion);
-  void closeWindowWithProcessId(std::int64_t processId, Completion completion);
-  void killProcessWithProcessId(std::int64_t processId, Completion completion);
-  void getProcessNameWithProcessId(std::int64_t processId, Completion completion);
-  void getProcessFileNameWithProcessId(std::int64_t processId, Completion completion);
-  void getProcessLaunchArgumentsWithProcessId(std::int64_t processId, Completion completion);
-  void getProcessWorkingDirectoryWithProcessId(std::int64_t processId, Completion completion);
 
   // The steps behind the operations above.
   std::string readProcessField(std::int64_t processId, std::string_view keyword);
