@@ -16,6 +16,9 @@ constexpr const char* kProcessTool = "/bin/ps";
 constexpr const char* kKillTool = "/bin/kill";
 constexpr std::string_view kUnknown = "Unknown";
 constexpr std::string_view kUnavailable = "UNAVAILABLE";
+constexpr std::chrono::seconds kKillTimeLimit{5};
+// How long a kill waits for its process to end before it answers.
+constexpr std::chrono::seconds kKillEndTime{1};
 
 // procps reads its settings from the environment it inherits, and these would
 // make ps print something other than what our command lines ask for:
@@ -39,6 +42,16 @@ Expected<ToolRun> runPs(ToolRunner& tools, const std::vector<std::string>& argum
 
 bool startedAndExitedWithZero(const Expected<ToolRun>& run) { return run && run->exitedWithZero(); }
 
+// A text found is the answer, even an empty one; nothing found is "UNAVAILABLE".
+void completeMainWindowLookup(std::optional<std::string> found, ReplyCallback completion,
+                              std::string_view notFoundMessage) {
+  if (found) {
+    std::move(completion).success(std::move(*found));
+  } else {
+    std::move(completion).error(std::string(kUnavailable), std::string(notFoundMessage));
+  }
+}
+
 }  // namespace
 
 ChannelValue processIdListValue(const std::vector<std::int64_t>& ids) {
@@ -54,7 +67,7 @@ std::vector<std::int64_t> ProcessManager::getProcessIdList() {
 
 std::int32_t ProcessManager::getCurrentProcessId() { return ::getpid(); }
 
-void ProcessManager::getProcessesByName(const std::string& processName, Completion completion) {
+void ProcessManager::getProcessesByName(const std::string& processName, ReplyCallback completion) {
   std::vector<std::int64_t> ids;
   for (const RunningApplication& application : environment_.applications.list()) {
     if (application.localizedName && canonicallyEqual(*application.localizedName, processName)) {
@@ -72,16 +85,12 @@ bool ProcessManager::isAlive(std::int64_t processId) {
   return startedAndExitedWithZero(runPs(environment_.tools, {"-p", std::to_string(processId)}));
 }
 
-void ProcessManager::getMainWindowHandle(std::int64_t processId, Completion completion) {
-  completeMainWindowLookup(
-      processId, std::move(completion), [this](std::int64_t id) { return findMainWindowHandle(id); },
-      "Main window handle not found");
+void ProcessManager::getMainWindowHandle(std::int64_t processId, ReplyCallback completion) {
+  completeMainWindowLookup(findMainWindowHandle(processId), std::move(completion), "Main window handle not found");
 }
 
-void ProcessManager::getMainWindowTitle(std::int64_t processId, Completion completion) {
-  completeMainWindowLookup(
-      processId, std::move(completion), [this](std::int64_t id) { return findMainWindowTitle(id); },
-      "Main window title not found");
+void ProcessManager::getMainWindowTitle(std::int64_t processId, ReplyCallback completion) {
+  completeMainWindowLookup(findMainWindowTitle(processId), std::move(completion), "Main window title not found");
 }
 
 bool ProcessManager::closeWindow(std::int64_t processId) { return killProcess(processId); }
@@ -116,15 +125,6 @@ std::string ProcessManager::readProcessField(std::int64_t processId, std::string
   if (!run) return std::string(kUnknown);
   const auto text = decodeUtf8(run->output);
   return text ? std::string(trimBlanksAndLineBreaks(*text)) : std::string(kUnknown);
-}
-
-void ProcessManager::completeMainWindowLookup(std::int64_t processId, Completion completion, const Lookup& lookup,
-                                              std::string_view notFoundMessage) {
-  if (auto found = lookup(processId)) {
-    std::move(completion).success(std::move(*found));
-  } else {
-    std::move(completion).error(std::string(kUnavailable), std::string(notFoundMessage));
-  }
 }
 
 // The desktop lists only the ids a process can have: any other id names no

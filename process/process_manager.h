@@ -15,7 +15,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,15 +31,9 @@ ChannelValue processIdListValue(const std::vector<std::int64_t>& ids);
 
 class ProcessManager {
  public:
-  using Completion = ReplyCallback;
-  using Lookup = std::function<std::optional<std::string>(std::int64_t processId)>;
-
-  // How long each tool may run before it is killed and counts as failed
-  // (docs/process.md says why these).
+  // How long ps may run before it is killed and counts as failed
+  // (docs/process.md says why this, and kill's).
   static constexpr std::chrono::seconds kPsTimeLimit{10};
-  static constexpr std::chrono::seconds kKillTimeLimit{5};
-  // How long a kill waits for its process to end before it answers.
-  static constexpr std::chrono::seconds kKillEndTime{1};
 
   explicit ProcessManager(const ProcessEnvironment& environment) : environment_(environment) {}
   ProcessManager(const ProcessManager&) = delete;
@@ -48,10 +41,10 @@ class ProcessManager {
 
   std::vector<std::int64_t> getProcessIdList();
   std::int32_t getCurrentProcessId();
-  void getProcessesByName(const std::string& processName, Completion completion);
+  void getProcessesByName(const std::string& processName, ReplyCallback completion);
   bool isAlive(std::int64_t processId);
-  void getMainWindowHandle(std::int64_t processId, Completion completion);
-  void getMainWindowTitle(std::int64_t processId, Completion completion);
+  void getMainWindowHandle(std::int64_t processId, ReplyCallback completion);
+  void getMainWindowTitle(std::int64_t processId, ReplyCallback completion);
   bool closeWindow(std::int64_t processId);
   bool killProcess(std::int64_t processId);
   std::string getProcessName(std::int64_t processId);
@@ -59,14 +52,11 @@ class ProcessManager {
   std::string getProcessLaunchArguments(std::int64_t processId);
   std::string getProcessWorkingDirectory(std::int64_t processId);
 
-  // The steps behind the operations above.
+ private:
   std::string readProcessField(std::int64_t processId, std::string_view keyword);
-  void completeMainWindowLookup(std::int64_t processId, Completion completion, const Lookup& lookup,
-                                std::string_view notFoundMessage);
   std::optional<std::string> findMainWindowHandle(std::int64_t processId);
   std::optional<std::string> findMainWindowTitle(std::int64_t processId);
 
- private:
   ProcessEnvironment environment_;
 };
 
