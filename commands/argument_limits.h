@@ -12,7 +12,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 
 #include "channel/reply_callback.h"
@@ -40,9 +39,6 @@ inline constexpr TextLimit kUrlLimit{"url", 64 * 1024, false};
 // The secure-storage plug-in: an attribute and a secret in the user's keyring.
 inline constexpr TextLimit kSecretKeyLimit{"a string \"key\"", 4096, false};
 inline constexpr TextLimit kSecretValueLimit{"a string \"value\"", 64 * 1024};
-
-// "Expected NAME of at most N bytes", and " without NUL" where NUL is not allowed.
-std::string refusalOf(const TextLimit& limit);
 
 // Whether `text` keeps to `limit`.
 bool keepsTo(const TextLimit& limit, std::string_view text);

@@ -13,11 +13,11 @@
 // answered at once by their commands and may pass its waiting ones.
 //
 // A caller that has left before its job's turn has its jobs passed over (their
-// answers would have nowhere to go), and a caller that already has
-// kMostWaiting jobs waiting gets "UNAVAILABLE" for the next at once, so that
-// what waits stays bounded. end() is for the host's end: the jobs waiting are
-// answered "UNAVAILABLE" and no job starts any more; those running are still
-// answered when they finish.
+// answers would have nowhere to go), and a caller that already has 256 jobs
+// waiting gets "UNAVAILABLE" for the next at once, so that what waits stays
+// bounded. end() is for the host's end: the jobs waiting are answered
+// "UNAVAILABLE" and no job starts any more; those running are still answered
+// when they finish.
 //
 // Contract: main thread only. The workers must run no reply of this object's
 // after it is gone: finish them first (BackgroundWork::finish()).
@@ -39,8 +39,6 @@ class BlockingWork {
   // A call's work, run on a worker: its answer.
   using Job = OnceCallback<ChannelReply()>;
 
-  static constexpr std::size_t kMostWaiting = 256;
-
   BlockingWork(BackgroundWork& workers, std::size_t mostAtOnce);
   BlockingWork(const BlockingWork&) = delete;
   BlockingWork& operator=(const BlockingWork&) = delete;
@@ -60,6 +58,8 @@ class BlockingWork {
     bool running = false;
   };
   using Callers = std::map<CallerKey, Caller, CallerKey::Less>;
+
+  static constexpr std::size_t kMostWaiting = 256;
 
   // Starts the jobs of the callers whose turn it is, while there is room.
   void startWhatCan();

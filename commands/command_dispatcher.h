@@ -19,8 +19,6 @@ class CommandDispatcher {
 
   void handle(const MethodCall& call, ReplyCallback reply) const;
 
-  const CommandList& commands() const { return commands_; }
-
  private:
   CommandList commands_;
 };

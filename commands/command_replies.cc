@@ -5,6 +5,11 @@
 #include "commands/command_arguments.h"
 
 namespace quillon {
+namespace {
+
+constexpr std::string_view kInvalidArgument = "INVALID_ARGUMENT";
+
+}  // namespace
 
 void answerInvalidArgument(ReplyCallback reply, std::string_view message) {
   std::move(reply).error(std::string(kInvalidArgument), std::string(message));

@@ -12,8 +12,6 @@
 
 namespace quillon {
 
-inline constexpr std::string_view kInvalidArgument = "INVALID_ARGUMENT";
-
 // Answers "INVALID_ARGUMENT" with `message` and null details.
 void answerInvalidArgument(ReplyCallback reply, std::string_view message);
 

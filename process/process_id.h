@@ -11,10 +11,8 @@
 
 namespace quillon {
 
-inline constexpr std::int64_t kHighestProcessId = std::numeric_limits<std::int32_t>::max();
-
 inline constexpr bool isPossibleProcessId(std::int64_t processId) {
-  return processId >= 1 && processId <= kHighestProcessId;
+  return processId >= 1 && processId <= std::numeric_limits<std::int32_t>::max();
 }
 
 }  // namespace quillon

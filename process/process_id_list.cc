@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 
 #include "process/unicode_text.h"
 
@@ -10,8 +11,7 @@ namespace {
 
 bool isAsciiDigit(char c) { return c >= '0' && c <= '9'; }
 
-}  // namespace
-
+// A whole line's number.
 std::optional<std::int64_t> parseDecimal(std::string_view text) {
   const bool negative = !text.empty() && text.front() == '-';
   const std::string_view digits = (!text.empty() && (negative || text.front() == '+')) ? text.substr(1) : text;
@@ -23,6 +23,8 @@ std::optional<std::int64_t> parseDecimal(std::string_view text) {
   if (error != std::errc{} || end != parsed.data() + parsed.size()) return std::nullopt;
   return value;
 }
+
+}  // namespace
 
 std::vector<std::int64_t> parseProcessIdList(std::string_view text) {
   std::vector<std::int64_t> ids;
