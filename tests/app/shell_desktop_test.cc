@@ -37,7 +37,10 @@ std::int64_t scaleFactor() {
 // Points as the X server counts them, in device pixels, joined by spaces.
 std::string pixels(std::initializer_list<std::int64_t> points) {
   std::string text;
-  for (const std::int64_t point : points) text += (text.empty() ? "" : " ") + std::to_string(point * scaleFactor());
+  for (const std::int64_t point : points) {
+    if (!text.empty()) text += ' ';
+    text += std::to_string(point * scaleFactor());
+  }
   return text;
 }
 
