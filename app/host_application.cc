@@ -23,7 +23,7 @@ int HostApplication::run() {
   // once the main loop runs, like any other.
   const TerminationSignals signals([this] { application_.terminate(); });
   auto engine = std::make_unique<LinkViewEngine>();
-  if (const auto started = engine->engine().start(); !started) {
+  if (const auto started = engine->engine().start(); !started.hasValue()) {
     const std::string& reason = started.error().reason;
     if (engine->engine().anotherHostServes()) {
       return handOverLaunch(engine->engine().socketPath(), launchStartupId(), reason);

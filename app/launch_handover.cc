@@ -15,7 +15,7 @@ Expected<bool> askRunningHost(LinkClient& host, const std::string& startupId) {
   arguments.set("startupId", startupId);
   const auto reply =
       host.call(InstanceChannel::kName, MethodCall{"activate", std::move(arguments)}, kHandoverAnswerTime);
-  if (!reply) return reply.error();
+  if (!reply.hasValue()) return reply.error();
   if (reply->isSuccess() && reply->value().is<bool>()) return reply->value().get<bool>();
   return Failure{"it answered " + describe(*reply)};
 }
@@ -24,12 +24,13 @@ Expected<bool> askRunningHost(LinkClient& host, const std::string& startupId) {
 
 int handOverLaunch(const std::string& socketPath, const std::string& startupId, const std::string& refusal) {
   const auto host = LinkClient::connect(socketPath, kHandoverAnswerTime);
-  if (!host && host.error().kind == LinkClient::ConnectFailure::Kind::anotherUser) {
+  if (!host.hasValue() && host.error().kind == LinkClient::ConnectFailure::Kind::anotherUser) {
     std::fprintf(stderr, "quillon-host: %s; the launch is not handed over to it\n", host.error().reason.c_str());
     return 1;
   }
-  const Expected<bool> broughtForward = host ? askRunningHost(**host, startupId) : Failure{host.error().reason};
-  if (!broughtForward) {
+  const Expected<bool> broughtForward =
+      host.hasValue() ? askRunningHost(**host, startupId) : Failure{host.error().reason};
+  if (!broughtForward.hasValue()) {
     std::fprintf(stderr, "quillon-host: %s and did not take the launch: %s\n", refusal.c_str(),
                  broughtForward.error().reason.c_str());
     return 1;

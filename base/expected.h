@@ -13,6 +13,8 @@
 #include <utility>
 #include <variant>
 
+#include "base/check.h"
+
 namespace quillon {
 
 struct Failure {
@@ -33,14 +35,27 @@ class Expected {
   Expected(U&& value) : result_(std::in_place_index<0>, std::forward<U>(value)) {}
   Expected(E error) : result_(std::in_place_index<1>, std::move(error)) {}
 
+  // No conversion to bool: `if (!answer)` beside `*answer` on an
+  // Expected<bool> reads as the value, and is not.
   bool hasValue() const { return result_.index() == 0; }
-  explicit operator bool() const { return hasValue(); }
 
-  // Valid only for the matching kind.
-  T& value() & { return std::get<0>(result_); }
-  const T& value() const& { return std::get<0>(result_); }
-  T&& value() && { return std::get<0>(std::move(result_)); }
-  const E& error() const { return std::get<1>(result_); }
+  // Valid only for the matching kind: the other fails a CHECK.
+  T& value() & {
+    CHECK(hasValue());
+    return std::get<0>(result_);
+  }
+  const T& value() const& {
+    CHECK(hasValue());
+    return std::get<0>(result_);
+  }
+  T&& value() && {
+    CHECK(hasValue());
+    return std::get<0>(std::move(result_));
+  }
+  const E& error() const {
+    CHECK(!hasValue());
+    return std::get<1>(result_);
+  }
 
   T& operator*() & { return value(); }
   const T& operator*() const& { return value(); }
@@ -61,9 +76,11 @@ class Expected<void, E> {
   Expected(E error) : error_(std::move(error)) {}
 
   bool hasValue() const { return !error_; }
-  explicit operator bool() const { return hasValue(); }
-  // Valid only for a failure.
-  const E& error() const { return *error_; }
+  // Valid only for a failure: a success fails a CHECK.
+  const E& error() const {
+    CHECK(!hasValue());
+    return *error_;
+  }
 
   friend bool operator==(const Expected&, const Expected&) = default;
 

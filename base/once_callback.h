@@ -5,7 +5,7 @@
 // Contract: running consumes the callback: the call operator is
 // rvalue-qualified, so the code reads `std::move(done)(...)`, and copies are
 // deleted, so nothing is answered twice. Running an empty or spent callback is
-// a bug in our code, never input: it says so on standard error and aborts.
+// a bug in our code, never input: it fails a CHECK.
 // Whoever holds a callback owns the duty to run it. Where somebody waits for
 // the answer, the callback is made with an `IfDropped` rule, which runs it
 // with a stand-in answer when it is destroyed unrun, so that nobody waits
@@ -13,11 +13,11 @@
 #pragma once
 
 #include <concepts>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <type_traits>
 #include <utility>
+
+#include "base/check.h"
 
 namespace quillon {
 
@@ -57,10 +57,7 @@ class OnceCallback<R(Args...)> {
   explicit operator bool() const { return callable_ != nullptr; }
 
   R operator()(Args... args) && {
-    if (!callable_) {
-      std::fputs("quillon-host: programming error: a one-shot callback ran twice\n", stderr);
-      std::abort();
-    }
+    CHECK(callable_ != nullptr);  // a one-shot callback runs once
     ifDropped_ = nullptr;
     return std::exchange(callable_, nullptr)->run(std::forward<Args>(args)...);
   }

@@ -43,7 +43,8 @@ class StoredCertificate {
     der_.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     keychain_ = std::make_unique<NssKeychain>(directory_ + "/nssdb");
     auto certificate = keychain_->makeCertificate(der_);
-    if (!certificate || !keychain_->add(AddRequest{ItemClass::kCertificate, *std::move(certificate)})) {
+    if (!certificate ||
+        !keychain_->add(AddRequest{ItemClass::kCertificate, *std::move(certificate)}).hasValue()) {
       throw std::runtime_error("the certificate could not be stored");
     }
   }

@@ -31,7 +31,7 @@ class BackgroundHost {
     auto started = ready.get_future();
     thread_ = std::thread([this, socketPath, &ready] {
       Engine engine(socketPath);
-      if (const auto served = engine.start(); !served) {
+      if (const auto served = engine.start(); !served.hasValue()) {
         std::fprintf(stderr, "link_bench: %s\n", served.error().reason.c_str());
         std::abort();
       }
@@ -57,7 +57,7 @@ void BM_LinkRoundTrip(benchmark::State& state) {
   {
     BackgroundHost host(directory + "/interface.sock");
     const auto connected = LinkClient::connect(directory + "/interface.sock");
-    if (!connected) {
+    if (!connected.hasValue()) {
       state.SkipWithError(connected.error().reason.c_str());
       return;
     }
@@ -69,7 +69,7 @@ void BM_LinkRoundTrip(benchmark::State& state) {
       const auto begin = std::chrono::steady_clock::now();
       auto reply = client.call(kNativeCommandChannel, call, LinkClient::kForever);
       const auto end = std::chrono::steady_clock::now();
-      if (!reply || !reply->isSuccess()) {
+      if (!reply.hasValue() || !reply->isSuccess()) {
         state.SkipWithError("the host did not answer");
         break;
       }

@@ -72,7 +72,7 @@ class LoopingNeighbour : public Neighbour {
 // A client that calls `method` over and over, each call answered before the next.
 std::unique_ptr<Neighbour> looping(const HostProcess& host, std::string method) {
   auto client = LinkClient::connect(host.socketPath());
-  if (!client) return nullptr;
+  if (!client.hasValue()) return nullptr;
   return std::make_unique<LoopingNeighbour>([client = std::shared_ptr(*std::move(client)), method] {
     (void)client->call(kNativeCommandChannel, MethodCall{method, {}}, 60s);
   });
@@ -192,14 +192,14 @@ struct Figures {
 // One cheap call a millisecond for `duration`.
 Figures measure(const HostProcess& host, std::chrono::milliseconds duration) {
   auto client = LinkClient::connect(host.socketPath());
-  if (!client) return {};
+  if (!client.hasValue()) return {};
   std::vector<double> waits;
   const auto end = Clock::now() + duration;
   for (auto next = Clock::now(); next < end; next += 1ms) {
     std::this_thread::sleep_until(next);
     const auto begin = Clock::now();
     const auto reply = (*client)->call(kNativeCommandChannel, kCheapCall, 60s);
-    if (!reply || !reply->isSuccess()) break;
+    if (!reply.hasValue() || !reply->isSuccess()) break;
     waits.push_back(std::chrono::duration<double, std::micro>(Clock::now() - begin).count());
     next = std::max(next, Clock::now() - 1ms);  // a late answer does not bring a flood of calls
   }

@@ -85,7 +85,7 @@ void BM_GetProcessIdList(benchmark::State& state) {
 void BM_ParseProcessIdList(benchmark::State& state) {
   const auto run = PosixToolRunner().run("/bin/ps", {"-e", "-o", "pid"}, ToolRunner::Streams::kOutput,
                                          ProcessManager::kPsTimeLimit);
-  const std::string output = run ? std::string(run->output.begin(), run->output.end()) : std::string();
+  const std::string output = run.hasValue() ? std::string(run->output.begin(), run->output.end()) : std::string();
   for (auto _ : state) benchmark::DoNotOptimize(parseProcessIdList(output));
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(output.size()));
 }

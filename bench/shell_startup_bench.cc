@@ -33,10 +33,10 @@ double residentKilobytes(pid_t pid) {
 bool firstAnsweredCall(const testing::HostProcess& host) {
   const auto deadline = std::chrono::steady_clock::now() + 20s;
   while (std::chrono::steady_clock::now() < deadline) {
-    if (auto client = LinkClient::connect(host.socketPath())) {
+    if (auto client = LinkClient::connect(host.socketPath()); client.hasValue()) {
       const auto reply =
           (*client)->call(kNativeCommandChannel, MethodCall{"assembly::getExecutingAssemblyPath", {}}, 20s);
-      return reply && reply->isSuccess();
+      return reply.hasValue() && reply->isSuccess();
     }
     std::this_thread::sleep_for(1ms);
   }

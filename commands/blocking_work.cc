@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/check.h"
+#include "base/main_thread.h"
+
 namespace quillon {
 
 namespace {
@@ -15,6 +18,7 @@ BlockingWork::BlockingWork(BackgroundWork& workers, std::size_t mostAtOnce)
     : workers_(workers), mostAtOnce_(std::max<std::size_t>(mostAtOnce, 1)) {}
 
 void BlockingWork::run(ReplyCallback reply, Job job) {
+  CHECK(onMainThread());
   if (ended_) return std::move(reply).error(kUnavailable, "The host is ending");
   const CallerKey key = reply.caller();
   Caller& caller = callers_[key];
@@ -71,6 +75,9 @@ void BlockingWork::start(Callers::iterator caller) {
 }
 
 void BlockingWork::finished(const CallerKey& key, ReplyCallback reply, ChannelReply answer) {
+  // The workers hand each result back to the main loop; answering here from
+  // a worker would race every other caller's state.
+  CHECK(onMainThread());
   --running_;
   const auto caller = callers_.find(key);
   caller->second.running = false;

@@ -19,8 +19,8 @@
 // "UNAVAILABLE" and no job starts any more; those running are still answered
 // when they finish.
 //
-// Contract: main thread only. The workers must run no reply of this object's
-// after it is gone: finish them first (BackgroundWork::finish()).
+// Contract: main thread only (checked). The workers must run no reply of this
+// object's after it is gone: finish them first (BackgroundWork::finish()).
 #pragma once
 
 #include <cstddef>

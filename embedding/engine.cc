@@ -61,7 +61,7 @@ Engine::~Engine() { shutdown(); }
 Expected<void> Engine::start() {
   const std::string directory = std::filesystem::path(socketPath()).parent_path().string();
   if (directory == defaultSocketDirectory()) {
-    if (auto claimed = claimPrivateDirectory(directory); !claimed) return claimed;
+    if (auto claimed = claimPrivateDirectory(directory); !claimed.hasValue()) return claimed;
   }
   return link_->listener.listen([this](UniqueFd socket) { link_->messenger.adopt(std::move(socket)); });
 }

@@ -67,7 +67,7 @@ Expected<void> createDirectories(const std::filesystem::path& directory) {
     if (S_ISDIR(status.st_mode)) return {};
     return Failure{directory.string() + " is not a directory"};
   }
-  if (auto created = createDirectories(directory.parent_path()); !created) return created;
+  if (auto created = createDirectories(directory.parent_path()); !created.hasValue()) return created;
   if (::mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) return systemError("cannot create " + directory.string());
   // mkdir() honours the umask, which may only take bits away; say it exactly.
   if (::chmod(directory.c_str(), 0700) != 0) return systemError("cannot restrict " + directory.string());
@@ -100,8 +100,8 @@ Expected<void> LinkListener::clearPath() {
 Expected<void> LinkListener::listen(AcceptHandler onAccepted) {
   const auto address = socketAddress(path_);
   if (!address) return Failure{"the socket path '" + path_ + "' is empty or too long for a Unix socket"};
-  if (auto created = createDirectories(std::filesystem::path(path_).parent_path()); !created) return created;
-  if (auto cleared = clearPath(); !cleared) return cleared;
+  if (auto created = createDirectories(std::filesystem::path(path_).parent_path()); !created.hasValue()) return created;
+  if (auto cleared = clearPath(); !cleared.hasValue()) return cleared;
 
   UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (!socket.valid()) return systemError("cannot create a socket");

@@ -12,7 +12,7 @@ void MethodChannel::setMethodCallHandler(MethodCallHandler handler) {
   messenger_.setMessageHandler(name_, [handler = std::move(handler)](std::span<const std::uint8_t> message,
                                                                     BinaryReply reply) {
     const auto call = StandardCodec::decodeMethodCall(message);
-    if (!call) {
+    if (!call.hasValue()) {
       return std::move(reply)(StandardCodec::encodeReply(
           ChannelReply::error("BAD_MESSAGE", "The message is not a method call: " + call.error().reason)));
     }

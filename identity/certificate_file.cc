@@ -6,7 +6,7 @@ namespace quillon {
 
 Expected<CertificateFile> CertificateFile::write(const IdentityServices& services, const Certificate& certificate) {
   std::string path = services.temporaryDirectory.path() + "/" + services.uuids.newUuid() + ".cer";
-  if (auto written = services.temporaryDirectory.writeNewFile(path, certificate.der()); !written) {
+  if (auto written = services.temporaryDirectory.writeNewFile(path, certificate.der()); !written.hasValue()) {
     return written.error();
   }
   return CertificateFile(services, std::move(path));
@@ -20,7 +20,7 @@ CertificateFile::CertificateFile(CertificateFile&& other) noexcept
 
 CertificateFile::~CertificateFile() {
   if (path_.empty()) return;
-  if (const auto removed = services_->temporaryDirectory.removeFile(path_); !removed) {
+  if (const auto removed = services_->temporaryDirectory.removeFile(path_); !removed.hasValue()) {
     services_->diagnostics.printLine("Error removing certificate file: " + removed.error().reason);
   }
 }

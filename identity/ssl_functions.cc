@@ -15,13 +15,13 @@ namespace {
 std::optional<std::vector<std::uint8_t>> opensslEndDateOutput(const IdentityServices& services,
                                                               const Certificate& certificate) {
   const auto file = CertificateFile::write(services, certificate);
-  if (!file) {
+  if (!file.hasValue()) {
     services.diagnostics.printLine("Error saving certificate to file: " + file.error().reason);
     return std::nullopt;
   }
   auto run = services.tools.run(SSLFunctions::kOpensslPath, {"x509", "-in", file->path(), "-noout", "-enddate"},
                                 ToolRunner::Streams::kOutputAndError, SSLFunctions::kOpensslTimeLimit);
-  if (!run) {
+  if (!run.hasValue()) {
     services.diagnostics.printLine("Error running OpenSSL: " + run.error().reason);
     return std::nullopt;
   }
@@ -33,7 +33,7 @@ std::optional<std::vector<std::uint8_t>> opensslEndDateOutput(const IdentityServ
 bool SSLFunctions::isCertificateAvailable(const IdentityServices& services, const std::string& subject,
                                           Instant expirationDate) {
   const auto found = services.keychain.copyMatching(SearchRequest{ItemClass::kCertificate, subject});
-  if (!found) return false;
+  if (!found.hasValue()) return false;
   return getCertificateExpirationDate(services, *found) > expirationDate;
 }
 

@@ -40,7 +40,7 @@ Expected<ToolRun> runPs(ToolRunner& tools, const std::vector<std::string>& argum
                    psEnvironment());
 }
 
-bool startedAndExitedWithZero(const Expected<ToolRun>& run) { return run && run->exitedWithZero(); }
+bool startedAndExitedWithZero(const Expected<ToolRun>& run) { return run.hasValue() && run->exitedWithZero(); }
 
 // A text found is the answer, even an empty one; nothing found is "UNAVAILABLE".
 void completeMainWindowLookup(std::optional<std::string> found, ReplyCallback completion,
@@ -60,7 +60,7 @@ ChannelValue processIdListValue(const std::vector<std::int64_t>& ids) {
 
 std::vector<std::int64_t> ProcessManager::getProcessIdList() {
   const auto run = runPs(environment_.tools, {"-e", "-o", "pid"});
-  if (!run) return {};
+  if (!run.hasValue()) return {};
   const auto text = decodeUtf8(run->output);
   return text ? parseProcessIdList(*text) : std::vector<std::int64_t>{};
 }
@@ -122,7 +122,7 @@ std::string ProcessManager::getProcessWorkingDirectory(std::int64_t) { return st
 std::string ProcessManager::readProcessField(std::int64_t processId, std::string_view keyword) {
   if (!isPossibleProcessId(processId)) return {};
   const auto run = runPs(environment_.tools, {"-p", std::to_string(processId), "-o", std::string(keyword)});
-  if (!run) return std::string(kUnknown);
+  if (!run.hasValue()) return std::string(kUnknown);
   const auto text = decodeUtf8(run->output);
   return text ? std::string(trimBlanksAndLineBreaks(*text)) : std::string(kUnknown);
 }
@@ -132,7 +132,7 @@ std::string ProcessManager::readProcessField(std::int64_t processId, std::string
 std::optional<std::string> ProcessManager::findMainWindowHandle(std::int64_t processId) {
   if (!isPossibleProcessId(processId)) return std::string();
   const auto handle = environment_.handles.handleOf(processId);
-  if (!handle) {
+  if (!handle.hasValue()) {
     environment_.diagnostics.printLine("AppleScript Error: " + handle.error().reason);
     return std::nullopt;
   }

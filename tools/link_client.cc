@@ -121,10 +121,10 @@ Expected<std::vector<std::uint8_t>> LinkClient::request(std::string_view channel
   const std::uint32_t id = nextId_++;
   if (nextId_ == 0) nextId_ = 1;  // 0 means "no reply wanted".
   const Deadline deadline(timeout);
-  if (auto sent = send(encodeMessageFrame(id, channel, payload), deadline); !sent) return sent.error();
+  if (auto sent = send(encodeMessageFrame(id, channel, payload), deadline); !sent.hasValue()) return sent.error();
   for (;;) {
     auto frame = readFrame(deadline);
-    if (!frame) return frame.error();
+    if (!frame.hasValue()) return frame.error();
     if (frame->kind == FrameKind::message) {
       pending_.push_back(HostMessage{frame->id, std::move(frame->channel), std::move(frame->payload)});
     } else if (frame->id == id) {
@@ -136,9 +136,9 @@ Expected<std::vector<std::uint8_t>> LinkClient::request(std::string_view channel
 Expected<ChannelReply> LinkClient::call(std::string_view channel, const MethodCall& call,
                                         std::chrono::milliseconds timeout) {
   const auto payload = request(channel, StandardCodec::encodeMethodCall(call), timeout);
-  if (!payload) return payload.error();
+  if (!payload.hasValue()) return payload.error();
   auto reply = StandardCodec::decodeReply(*payload);
-  if (!reply) return Failure{"the host's reply does not decode: " + reply.error().reason};
+  if (!reply.hasValue()) return Failure{"the host's reply does not decode: " + reply.error().reason};
   return reply;
 }
 
@@ -146,7 +146,7 @@ Expected<LinkClient::HostMessage> LinkClient::nextMessage(std::chrono::milliseco
   const Deadline deadline(timeout);
   while (pending_.empty()) {
     auto frame = readFrame(deadline);
-    if (!frame) return frame.error();
+    if (!frame.hasValue()) return frame.error();
     if (frame->kind == FrameKind::message) {
       pending_.push_back(HostMessage{frame->id, std::move(frame->channel), std::move(frame->payload)});
     }
@@ -158,7 +158,7 @@ Expected<LinkClient::HostMessage> LinkClient::nextMessage(std::chrono::milliseco
 
 bool LinkClient::waitForClose(std::chrono::milliseconds timeout) {
   const Deadline deadline(timeout);
-  while (readFrame(deadline)) {
+  while (readFrame(deadline).hasValue()) {
   }
   return hostClosed_;
 }

@@ -139,13 +139,13 @@ int printReply(const ChannelReply& reply) {
 
 int runCall(LinkClient& client, const Options& options) {
   const auto reply = client.call(options.channel, MethodCall{options.method, options.arguments}, LinkClient::kForever);
-  if (!reply) return linkFailure(reply.error());
+  if (!reply.hasValue()) return linkFailure(reply.error());
   return printReply(*reply);
 }
 
 void answerClose(LinkClient& client) {
   const auto reply = client.call(kAppCloseChannel, MethodCall{"forceQuitApp", {}}, LinkClient::kForever);
-  if (!reply) {
+  if (!reply.hasValue()) {
     std::cerr << "quillon-call: forceQuitApp: " << reply.error().reason << '\n';
   } else if (!reply->isSuccess()) {
     std::cerr << "quillon-call: forceQuitApp answered " << describe(*reply) << '\n';
@@ -155,9 +155,9 @@ void answerClose(LinkClient& client) {
 int runListen(LinkClient& client, const Options& options) {
   for (;;) {
     const auto message = client.nextMessage(LinkClient::kForever);
-    if (!message) return client.hostClosed() ? kSuccess : linkFailure(message.error());
+    if (!message.hasValue()) return client.hostClosed() ? kSuccess : linkFailure(message.error());
     const auto call = StandardCodec::decodeMethodCall(message->payload);
-    if (!call) {
+    if (!call.hasValue()) {
       std::cerr << "quillon-call: a message on " << message->channel << " does not decode: " << call.error().reason
                 << '\n';
       continue;
@@ -175,7 +175,7 @@ int run(const std::vector<std::string_view>& words) {
   if (const int* status = std::get_if<int>(&parsed)) return *status;
   const Options& options = std::get<Options>(parsed);
   const auto client = LinkClient::connect(Engine::interfaceSocketPath());
-  if (!client) return linkFailure(Failure{client.error().reason});
+  if (!client.hasValue()) return linkFailure(Failure{client.error().reason});
   return options.listen ? runListen(**client, options) : runCall(**client, options);
 }
 

@@ -26,7 +26,7 @@ void answerFailure(ReplyCallback reply, const Failure& failure) {
 template <typename T, typename Present>
 SecretStore::Completion<T> answerWith(ReplyCallback reply, Present present) {
   return [reply = std::move(reply), present](Expected<T> result) mutable {
-    if (!result) return answerFailure(std::move(reply), result.error());
+    if (!result.hasValue()) return answerFailure(std::move(reply), result.error());
     std::move(reply).success(present(*std::move(result)));
   };
 }
@@ -34,7 +34,7 @@ SecretStore::Completion<T> answerWith(ReplyCallback reply, Present present) {
 // A completion that answers `reply` with null, or with the store's failure.
 SecretStore::Completion<void> answerDone(ReplyCallback reply) {
   return [reply = std::move(reply)](Expected<void> result) mutable {
-    if (!result) return answerFailure(std::move(reply), result.error());
+    if (!result.hasValue()) return answerFailure(std::move(reply), result.error());
     std::move(reply).success();
   };
 }

@@ -21,7 +21,7 @@ void answerUrlCall(UrlOpener& urls, const MethodCall& call, ReplyCallback reply)
   if (url == nullptr) return answerInvalidArgument(std::move(reply), "Expected url");
   if (refuseBeyondLimit(kUrlLimit, *url, reply)) return;
   if (call.method == "canLaunch") return std::move(reply).success(urls.canOpen(*url));
-  if (const Expected<void> opened = urls.open(*url); !opened) {
+  if (const Expected<void> opened = urls.open(*url); !opened.hasValue()) {
     std::move(reply).error("Launch Error", "Failed to launch URL: " + toUtf8Text(opened.error().reason));
   } else {
     std::move(reply).success(true);

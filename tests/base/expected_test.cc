@@ -22,16 +22,28 @@ static_assert(!std::is_convertible_v<std::string, Expected<void>>);
 TEST(ExpectedTest, HoldsEitherTheValueOrTheFailure) {
   const Expected<std::string> value = std::string("text");
   const Expected<std::string> failure = Failure{"why"};
-  ASSERT_TRUE(value);
+  ASSERT_TRUE(value.hasValue());
   EXPECT_EQ(*value, "text");
-  ASSERT_FALSE(failure);
+  ASSERT_FALSE(failure.hasValue());
   EXPECT_EQ(failure.error().reason, "why");
 
   const Expected<void, Refusal> done;
   const Expected<void, Refusal> refused = Refusal::kBusy;
-  EXPECT_TRUE(done);
-  ASSERT_FALSE(refused);
+  EXPECT_TRUE(done.hasValue());
+  ASSERT_FALSE(refused.hasValue());
   EXPECT_EQ(refused.error(), Refusal::kBusy);
+}
+
+// Reading the kind an Expected does not hold is a bug in our code: it stops
+// there, saying where, in every build type.
+TEST(ExpectedDeathTest, ReadingTheOtherKindFailsACheck) {
+  const Expected<std::string> value = std::string("text");
+  const Expected<std::string> failure = Failure{"why"};
+  const Expected<void> done;
+  EXPECT_DEATH((void)failure.value(), "CHECK failed: hasValue\\(\\) at .*expected.h");
+  EXPECT_DEATH((void)*failure, "CHECK failed: hasValue\\(\\)");
+  EXPECT_DEATH((void)value.error(), "CHECK failed: !hasValue\\(\\)");
+  EXPECT_DEATH((void)done.error(), "CHECK failed: !hasValue\\(\\)");
 }
 
 }  // namespace

@@ -68,7 +68,7 @@ TEST(OnceCallbackDeathTest, RunningASpentCallbackAborts) {
         std::move(callback)("once");
         std::move(callback)("twice");  // deliberate reuse of a spent callback
       },
-      "ran twice");
+      "CHECK failed: callable_ != nullptr at .*once_callback.h");
 }
 
 }  // namespace

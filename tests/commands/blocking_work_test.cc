@@ -9,6 +9,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace quillon {
@@ -146,6 +147,24 @@ TEST(BlockingWorkTest, AtTheEndWaitingJobsAreRefusedAndRunningOnesStillAnswered)
   EXPECT_EQ(script.answers.size(), 4u);
   EXPECT_EQ(script.answers[2], "A1");
   EXPECT_EQ(script.answers[3], "C1: UNAVAILABLE The host is ending");
+}
+
+// Workers that hand a result back on their own thread, instead of on the main
+// loop, would race every caller's state: the first such answer stops the host.
+TEST(BlockingWorkDeathTest, WorkOffTheMainThreadFailsACheck) {
+  EXPECT_DEATH(
+      {
+        Script script(1);
+        script.play("A1");
+        std::thread([&script] { script.workers.completeOldest(); }).join();
+      },
+      "CHECK failed: onMainThread\\(\\)");
+  EXPECT_DEATH(
+      {
+        Script script(1);
+        std::thread([&script] { script.play("A1"); }).join();
+      },
+      "CHECK failed: onMainThread\\(\\)");
 }
 
 }  // namespace

@@ -64,7 +64,7 @@ TEST(KeyringLossTest, CallsInFlightAreAnsweredOnceWhenTheKeyringIsKilled) {
     if (reply->kind != FrameKind::reply) continue;
     ++answers[reply->id];
     const auto decoded = StandardCodec::decodeReply(reply->payload);
-    ASSERT_TRUE(decoded) << decoded.error().reason;
+    ASSERT_TRUE(decoded.hasValue()) << decoded.error().reason;
     if (decoded->isError()) {
       EXPECT_EQ(decoded->error().code, FlutterSecureStoragePlugin::kStoreError);
       ++failures;

@@ -110,7 +110,8 @@ class ForeignListener {
     }
     for (;;) {
       LinkClient peer(UniqueFd(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC)));
-      while (const auto message = peer.nextMessage(LinkClient::kForever)) {
+      for (auto message = peer.nextMessage(LinkClient::kForever); message.hasValue();
+           message = peer.nextMessage(LinkClient::kForever)) {
         if (::write(report, "m", 1) != 1) ::_exit(4);
         if (message->id == 0) continue;
         peer.sendRaw(encodeReplyFrame(message->id, StandardCodec::encodeReply(ChannelReply::success(true))));

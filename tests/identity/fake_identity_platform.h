@@ -42,12 +42,12 @@ struct FakeTemporaryDirectory final : TemporaryDirectory {
   std::string path() const override { return "/tmp/user"; }
   Expected<void> writeNewFile(const std::string& filePath, const std::vector<std::uint8_t>& bytes) override {
     if (files.contains(filePath)) return Failure{"File exists"};
-    if (writeResult) files[filePath] = bytes;
+    if (writeResult.hasValue()) files[filePath] = bytes;
     return writeResult;
   }
   Expected<void> removeFile(const std::string& filePath) override {
     removed.push_back(filePath);
-    if (removeResult) files.erase(filePath);
+    if (removeResult.hasValue()) files.erase(filePath);
     return removeResult;
   }
   Expected<void> writeResult;

@@ -98,7 +98,7 @@ TEST(LinuxTemporaryDirectoryTest, WritesNewPrivateFilesInTmpdirElseTmpAndRemoves
   LinuxTemporaryDirectory temporary;
   EXPECT_EQ(temporary.path(), root.path());
   const std::string file = root.path() + "/x.cer";
-  EXPECT_TRUE(temporary.writeNewFile(file, {0x30, 0x00}));
+  EXPECT_TRUE(temporary.writeNewFile(file, {0x30, 0x00}).hasValue());
   ::umask(umaskBefore);
   EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
   EXPECT_EQ(readSmallFile(file), std::string("\x30\x00", 2));
@@ -108,13 +108,13 @@ TEST(LinuxTemporaryDirectoryTest, WritesNewPrivateFilesInTmpdirElseTmpAndRemoves
   fs::create_symlink(root.path() + "/target", link);
   for (const std::string& taken : {file, link}) {
     const Expected<void> refused = temporary.writeNewFile(taken, {0x31});
-    ASSERT_FALSE(refused);
+    ASSERT_FALSE(refused.hasValue());
     EXPECT_THAT(refused.error().reason, ::testing::HasSubstr("File exists"));
   }
   EXPECT_EQ(readSmallFile(file), std::string("\x30\x00", 2));
   EXPECT_FALSE(fs::exists(root.path() + "/target"));
   const Expected<void> unwritten = temporary.writeNewFile(root.path() + "/missing/x.cer", {0x30});
-  ASSERT_FALSE(unwritten);
+  ASSERT_FALSE(unwritten.hasValue());
   EXPECT_THAT(unwritten.error().reason, ::testing::HasSubstr("No such file or directory"));
   // A write that fails halfway (here past the file size limit) leaves nothing.
   const auto signalBefore = ::signal(SIGXFSZ, SIG_IGN);
@@ -125,15 +125,15 @@ TEST(LinuxTemporaryDirectoryTest, WritesNewPrivateFilesInTmpdirElseTmpAndRemoves
   const Expected<void> cut = temporary.writeNewFile(root.path() + "/cut.cer", {0x30, 0x00});
   ::setrlimit(RLIMIT_FSIZE, &limitBefore);
   ::signal(SIGXFSZ, signalBefore);
-  ASSERT_FALSE(cut);
+  ASSERT_FALSE(cut.hasValue());
   EXPECT_THAT(cut.error().reason, ::testing::HasSubstr("File too large"));
   EXPECT_FALSE(fs::exists(root.path() + "/cut.cer"));
   // Removed; one already gone is no failure; one that cannot go says why.
-  EXPECT_TRUE(temporary.removeFile(file));
+  EXPECT_TRUE(temporary.removeFile(file).hasValue());
   EXPECT_FALSE(fs::exists(file));
-  EXPECT_TRUE(temporary.removeFile(file));
+  EXPECT_TRUE(temporary.removeFile(file).hasValue());
   const Expected<void> kept = temporary.removeFile(root.path());
-  ASSERT_FALSE(kept);
+  ASSERT_FALSE(kept.hasValue());
   EXPECT_THAT(kept.error().reason, ::testing::HasSubstr("Could not remove"));
   ::unsetenv("TMPDIR");
   EXPECT_EQ(temporary.path(), "/tmp");
@@ -195,7 +195,7 @@ class NssKeychainTest : public ::testing::Test {
   }
   std::optional<std::vector<std::uint8_t>> find(const std::string& label) {
     auto found = keychain.copyMatching(SearchRequest{ItemClass::kCertificate, label});
-    if (!found) return std::nullopt;
+    if (!found.hasValue()) return std::nullopt;
     return found->der();
   }
 
@@ -235,7 +235,7 @@ TEST_F(NssKeychainTest, AddedCertificatesAreFoundByTheirLabelOnly) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.subject);
     const auto der = testing::makeCertificate(c.subject);
-    EXPECT_TRUE(add(der));
+    EXPECT_TRUE(add(der).hasValue());
     EXPECT_EQ(add(der), KeychainError::kDuplicateItem);
     EXPECT_EQ(find(c.label), der);
     for (const std::string& other : c.otherLabels) EXPECT_EQ(find(other), std::nullopt) << other;
@@ -247,7 +247,7 @@ TEST_F(NssKeychainTest, ADifferentSubjectWithATakenLabelGetsANumberedOne) {
   const auto first = testing::makeCertificate("/CN=shared/O=First");
   const auto second = testing::makeCertificate("/CN=shared/O=Second");
   const auto third = testing::makeCertificate("/CN=shared/O=Third");
-  for (const auto& der : {first, second, third}) EXPECT_TRUE(add(der));
+  for (const auto& der : {first, second, third}) EXPECT_TRUE(add(der).hasValue());
   EXPECT_EQ(find("shared"), first);
   EXPECT_EQ(find("shared #2"), second);
   EXPECT_EQ(find("shared #3"), third);
@@ -256,13 +256,13 @@ TEST_F(NssKeychainTest, ADifferentSubjectWithATakenLabelGetsANumberedOne) {
 TEST_F(NssKeychainTest, LookupsSeeWhatOtherProgramsChangeWhileTheDatabaseIsOpen) {
   const auto ours = testing::makeCertificate("/CN=ours");
   const auto theirs = testing::makeCertificate("/CN=theirs");
-  EXPECT_TRUE(add(ours));
+  EXPECT_TRUE(add(ours).hasValue());
   EXPECT_EQ(find("theirs"), std::nullopt);
   certutil("-A", "theirs", theirs);
   EXPECT_EQ(find("theirs"), theirs);
   certutil("-D", "ours");
   EXPECT_EQ(find("ours"), std::nullopt);
-  EXPECT_TRUE(add(ours));
+  EXPECT_TRUE(add(ours).hasValue());
   EXPECT_EQ(find("ours"), ours);
 }
 
@@ -274,7 +274,7 @@ TEST_F(NssKeychainTest, ADatabaseFirstOpenedForLookupsTakesAdditions) {
   ASSERT_EQ(std::system(("mkdir -p '" + database + "' && certutil -N --empty-password -d 'sql:" + database + "'").c_str()), 0);
   const auto der = testing::makeCertificate("/CN=later");
   EXPECT_EQ(find("later"), std::nullopt);
-  EXPECT_TRUE(add(der));
+  EXPECT_TRUE(add(der).hasValue());
   EXPECT_EQ(find("later"), der);
   EXPECT_EQ(add(der), KeychainError::kDuplicateItem);
 }

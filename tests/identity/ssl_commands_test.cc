@@ -110,11 +110,11 @@ TEST_F(SslCommandsTest, AnUnreadableEndIsTheCurrentInstant) {
     platform.tools.calls.clear();
     platform.diagnostics.lines.clear();
     EXPECT_EQ(check("2023-11-14T22:13:19Z"), ChannelReply::success(true));
-    EXPECT_EQ(platform.tools.calls.size(), writeResult ? 1U : 0U);
+    EXPECT_EQ(platform.tools.calls.size(), writeResult.hasValue() ? 1U : 0U);
     EXPECT_EQ(platform.diagnostics.lines, lines);
     EXPECT_EQ(check("2023-11-14T22:13:20Z"), ChannelReply::success(false));
     EXPECT_EQ(platform.temporaryDirectory.files, Files{});
-    EXPECT_EQ(platform.temporaryDirectory.removed.size(), writeResult ? 2U : 0U);
+    EXPECT_EQ(platform.temporaryDirectory.removed.size(), writeResult.hasValue() ? 2U : 0U);
   }
 }
 

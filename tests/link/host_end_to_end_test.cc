@@ -35,7 +35,7 @@ TEST(HostEndToEndTest, BrokenFramingClosesOnlyThatClientWithItsReason) {
     auto broken = connectTo(*host);
     ASSERT_TRUE(broken);
     const auto sent = broken->sendRaw(bytes);
-    ASSERT_TRUE(sent) << sent.error().reason;
+    ASSERT_TRUE(sent.hasValue()) << sent.error().reason;
     EXPECT_TRUE(broken->waitForClose(kAnswerTime)) << reason;
   }
   auto later = connectTo(*host);
@@ -85,7 +85,7 @@ TEST(HostEndToEndTest, ALiveHostThatDoesNotTakeTheLaunchLeavesTheSecondAtStatusO
     std::optional<LinkClient::HostMessage> received;
     {
       ScriptedHost olderHost(host.socketPath(), [&received](LinkClient& client) {
-        if (auto message = client.nextMessage(kAnswerTime)) {
+        if (auto message = client.nextMessage(kAnswerTime); message.hasValue()) {
           client.sendRaw(encodeReplyFrame(message->id, {}));
           received = *std::move(message);
         }
@@ -194,8 +194,8 @@ TEST(QuillonCallTest, PrintsWhatAStandInHostAnswersWithItsExitStatus) {
     ToolRun run;
     {
       ScriptedHost host(socket, [&](LinkClient& client) {
-        if (const auto message = client.nextMessage(std::chrono::seconds(20))) {
-          if (auto call = StandardCodec::decodeMethodCall(message->payload)) received = *std::move(call);
+        if (const auto message = client.nextMessage(std::chrono::seconds(20)); message.hasValue()) {
+          if (auto call = StandardCodec::decodeMethodCall(message->payload); call.hasValue()) received = *std::move(call);
           client.sendRaw(encodeReplyFrame(message->id, answer.payload));
         }
       });

@@ -44,19 +44,19 @@ TEST_F(LinkClientTest, EveryWaitEndsAtItsDeadline) {
   }
   ASSERT_EQ(errno, EAGAIN);
   const auto refused = LinkClient::connect(path_, 200ms);
-  ASSERT_FALSE(refused);
+  ASSERT_FALSE(refused.hasValue());
   EXPECT_EQ(refused.error().kind, LinkClient::ConnectFailure::Kind::noHost);
   EXPECT_EQ(refused.error().reason, "the host at " + path_ + " did not take the connection within 200 ms");
 
   // Room for one: the client is queued and sends, but nobody reads or answers.
   acceptOne();
   auto unread = LinkClient::connect(path_, 200ms);
-  ASSERT_TRUE(unread);
+  ASSERT_TRUE(unread.hasValue());
   EXPECT_EQ((*unread)->request("channel", std::vector<std::uint8_t>(8 << 20), 200ms),
             Failure{"the host did not take the message within 200 ms"});
   acceptOne();
   auto unanswered = LinkClient::connect(path_, 200ms);
-  ASSERT_TRUE(unanswered);
+  ASSERT_TRUE(unanswered.hasValue());
   EXPECT_EQ((*unanswered)->request("channel", std::vector<std::uint8_t>(16), 200ms),
             Failure{"no answer from the host within 200 ms"});
 }

@@ -347,7 +347,7 @@ class LinkListenerTest : public ::testing::Test {
 
 TEST_F(LinkListenerTest, CreatesPrivateDirectoriesAndAPrivateSocket) {
   LinkListener listener(socketPath(), ::getuid());
-  ASSERT_TRUE(listener.listen([](UniqueFd) {}));
+  ASSERT_TRUE(listener.listen([](UniqueFd) {}).hasValue());
   for (const auto& [path, mode] : {std::pair(root_ / "a", S_IFDIR | 0700), std::pair(root_ / "a" / "b", S_IFDIR | 0700),
                                    std::pair(fs::path(socketPath()), S_IFSOCK | 0600)}) {
     struct stat status {};
@@ -361,9 +361,9 @@ TEST_F(LinkListenerTest, CreatesPrivateDirectoriesAndAPrivateSocket) {
 TEST_F(LinkListenerTest, AConnectionOfAnotherUserIsClosedAtOnce) {
   LinkListener listener(socketPath(), ::getuid() + 1);
   int accepted = 0;
-  ASSERT_TRUE(listener.listen([&](UniqueFd) { ++accepted; }));
+  ASSERT_TRUE(listener.listen([&](UniqueFd) { ++accepted; }).hasValue());
   auto peer = LinkClient::connect(socketPath());
-  ASSERT_TRUE(peer);
+  ASSERT_TRUE(peer.hasValue());
   EXPECT_TRUE(pumpUntil([&] { return (*peer)->waitForClose(std::chrono::milliseconds(0)); }));
   EXPECT_EQ(accepted, 0);
 }
@@ -371,14 +371,14 @@ TEST_F(LinkListenerTest, AConnectionOfAnotherUserIsClosedAtOnce) {
 TEST_F(LinkListenerTest, AStaleSocketIsReplaced) {
   {
     LinkListener earlier(socketPath(), ::getuid());
-    ASSERT_TRUE(earlier.listen([](UniqueFd) {}));
+    ASSERT_TRUE(earlier.listen([](UniqueFd) {}).hasValue());
     // Gone without cleaning up, as after a crash: keep the file, drop the listener's socket.
     fs::rename(socketPath(), socketPath() + ".kept");
   }
   fs::rename(socketPath() + ".kept", socketPath());
   LinkListener listener(socketPath(), ::getuid());
-  EXPECT_TRUE(listener.listen([](UniqueFd) {}));
-  EXPECT_TRUE(LinkClient::connect(socketPath()));
+  EXPECT_TRUE(listener.listen([](UniqueFd) {}).hasValue());
+  EXPECT_TRUE(LinkClient::connect(socketPath()).hasValue());
 }
 
 TEST_F(LinkListenerTest, AFileThatIsNotASocketIsNeverRemoved) {

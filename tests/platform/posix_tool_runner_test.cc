@@ -27,8 +27,8 @@ constexpr auto kOutput = ToolRunner::Streams::kOutput;
 constexpr std::chrono::milliseconds kAmple = 20s;
 
 // What a started tool wrote; nothing for one that could not be started.
-std::string text(const Expected<ToolRun>& run) { return run ? std::string(run->output.begin(), run->output.end()) : ""; }
-bool exitedWithZero(const Expected<ToolRun>& run) { return run && run->exitedWithZero(); }
+std::string text(const Expected<ToolRun>& run) { return run.hasValue() ? std::string(run->output.begin(), run->output.end()) : ""; }
+bool exitedWithZero(const Expected<ToolRun>& run) { return run.hasValue() && run->exitedWithZero(); }
 
 // Every run leaves no child to reap and no descriptor open.
 TEST(PosixToolRunnerTest, RunsExactlyWhatItIsGivenAndLeavesNothingBehind) {
@@ -61,9 +61,9 @@ TEST(PosixToolRunnerTest, RunsExactlyWhatItIsGivenAndLeavesNothingBehind) {
     const std::size_t descriptorsBefore = testing::openDescriptorCount();
     const auto run = PosixToolRunner().run(c.executable, c.arguments, c.streams, kAmple);
     EXPECT_EQ(text(run), c.output);
-    EXPECT_EQ(run ? run->waitStatus : -1, c.waitStatus);
+    EXPECT_EQ(run.hasValue() ? run->waitStatus : -1, c.waitStatus);
     EXPECT_EQ(exitedWithZero(run), c.waitStatus == 0);
-    EXPECT_EQ(run ? "" : run.error().reason, c.waitStatus >= 0 ? "" : "No such file or directory");
+    EXPECT_EQ(run.hasValue() ? "" : run.error().reason, c.waitStatus >= 0 ? "" : "No such file or directory");
     EXPECT_EQ(testing::openDescriptorCount(), descriptorsBefore);
     EXPECT_TRUE(testing::hasNoChildren());
   }
@@ -139,7 +139,7 @@ TEST_F(ToolDescendantsTest, AToolPastItsLimitIsKilledWithWhatItStartedAndNothing
     const auto run = PosixToolRunner().run("/bin/sh", {"-c", c.script}, kOutput, c.limit);
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), c.line);
     const auto took = std::chrono::steady_clock::now() - begin;
-    EXPECT_EQ(run ? "" : run.error().reason, c.reason);
+    EXPECT_EQ(run.hasValue() ? "" : run.error().reason, c.reason);
     EXPECT_GE(took, c.reason.empty() ? 0ms : c.limit);
     EXPECT_LT(took, (c.reason.empty() ? 0ms : c.limit) + 2s);
     EXPECT_EQ(endOf(pidFile), SIGKILL);
@@ -161,11 +161,11 @@ TEST_F(ToolDescendantsTest, EndingAllRunsEndsTheRunsUnderWayAndRefusesLaterOnes)
   tools.endAllRuns();
   running.join();
   EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
-  EXPECT_EQ(ended ? "" : ended.error().reason, "the host is ending");
+  EXPECT_EQ(ended.hasValue() ? "" : ended.error().reason, "the host is ending");
   EXPECT_EQ(endOf(pidFile), SIGKILL);
   const std::string startedFile = scratch_.path() + "/started";
   const auto later = tools.run("/bin/sh", {"-c", "echo >" + startedFile}, kOutput, kAmple);
-  EXPECT_EQ(later ? "" : later.error().reason, "the host is ending");
+  EXPECT_EQ(later.hasValue() ? "" : later.error().reason, "the host is ending");
   EXPECT_FALSE(std::filesystem::exists(startedFile));
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
@@ -215,7 +215,7 @@ TEST(PosixToolRunnerTest, InterruptedReadsAndWaitsAreResumed) {
 TEST(PosixToolRunnerTest, AToolReapedBehindItsBackDoesNotCountAsSuccess) {
   ScopedSignalAction autoReap(SIGCHLD, SIG_IGN);
   const auto run = PosixToolRunner().run("/bin/true", {}, kOutput, kAmple);
-  ASSERT_TRUE(run) << run.error().reason;
+  ASSERT_TRUE(run.hasValue()) << run.error().reason;
   EXPECT_FALSE(run->exitedWithZero());
 }
 

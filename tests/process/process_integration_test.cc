@@ -108,7 +108,7 @@ TEST(ProcRunningApplicationsTest, ListsProcessesAscendingUnderTheirFullNamesButN
   // Kernel threads are kthreadd (id 2) and its children, as ps reports them.
   const auto run = PosixToolRunner().run("/bin/ps", {"-e", "-o", "pid=,ppid="}, ToolRunner::Streams::kOutput,
                                          ProcessManager::kPsTimeLimit);
-  ASSERT_TRUE(run) << run.error().reason;
+  ASSERT_TRUE(run.hasValue()) << run.error().reason;
   std::istringstream table(std::string(run->output.begin(), run->output.end()));
   for (std::int64_t id = 0, parent = 0; table >> id >> parent;) {
     EXPECT_FALSE((id == 2 || parent == 2) && names.contains(id)) << id;

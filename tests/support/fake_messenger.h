@@ -32,8 +32,8 @@ class FakeMessenger final : public BinaryMessenger {
     auto replies = std::make_shared<std::vector<ChannelReply>>();  // Later answers harm nothing.
     BinaryReply reply([replies](Bytes payload) {
       const auto decoded = StandardCodec::decodeReply(payload);
-      EXPECT_TRUE(decoded) << decoded.error().reason;
-      replies->push_back(decoded ? *decoded : ChannelReply::error("TEST", "undecodable reply: " + decoded.error().reason));
+      EXPECT_TRUE(decoded.hasValue()) << decoded.error().reason;
+      replies->push_back(decoded.hasValue() ? *decoded : ChannelReply::error("TEST", "undecodable reply: " + decoded.error().reason));
     });
     if (const auto handler = handlers.find(channel); handler != handlers.end()) {
       handler->second(message, std::move(reply));

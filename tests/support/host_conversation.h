@@ -33,8 +33,8 @@ inline std::unique_ptr<HostProcess> startedHost(HostProcess::Layout layout) {
 
 inline std::unique_ptr<LinkClient> connectTo(const HostProcess& host) {
   auto client = LinkClient::connect(host.socketPath());
-  if (!client) ADD_FAILURE() << client.error().reason;
-  return client ? *std::move(client) : nullptr;
+  if (!client.hasValue()) ADD_FAILURE() << client.error().reason;
+  return client.hasValue() ? *std::move(client) : nullptr;
 }
 
 inline bool running(HostProcess& host) { return !host.waitExit(0ms); }
@@ -43,17 +43,17 @@ inline bool running(HostProcess& host) { return !host.waitExit(0ms); }
 inline ChannelReply callHost(LinkClient& client, const std::string& channel, const std::string& method,
                              ChannelValue arguments = {}) {
   auto reply = client.call(channel, MethodCall{method, std::move(arguments)}, kAnswerTime);
-  if (!reply) ADD_FAILURE() << method << ": " << reply.error().reason;
-  return reply ? *std::move(reply) : ChannelReply::error("TEST", reply.error().reason);
+  if (!reply.hasValue()) ADD_FAILURE() << method << ": " << reply.error().reason;
+  return reply.hasValue() ? *std::move(reply) : ChannelReply::error("TEST", reply.error().reason);
 }
 
 // The next call the host makes on its own, as "channel method(arguments)",
 // ending " wanting a reply" when it wants one; nothing within `timeout`.
 inline std::optional<std::string> nextHostCall(LinkClient& client, std::chrono::milliseconds timeout = kAnswerTime) {
   const auto message = client.nextMessage(timeout);
-  if (!message) return std::nullopt;
+  if (!message.hasValue()) return std::nullopt;
   const auto call = StandardCodec::decodeMethodCall(message->payload);
-  if (!call) return "undecodable: " + call.error().reason;
+  if (!call.hasValue()) return "undecodable: " + call.error().reason;
   return message->channel + " " + call->method + "(" + describe(call->arguments) + ")" +
          (message->id != 0 ? " wanting a reply" : "");
 }

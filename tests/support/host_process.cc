@@ -82,7 +82,7 @@ bool HostProcess::waitReady(std::chrono::milliseconds timeout) {
 std::optional<int> HostProcess::stop() {
   if (!host_) return std::nullopt;
   if (host_->running()) {
-    if (const auto client = LinkClient::connect(socketPath_)) {
+    if (const auto client = LinkClient::connect(socketPath_); client.hasValue()) {
       const auto forceQuit = StandardCodec::encodeMethodCall(MethodCall{"forceQuitApp", {}});
       (*client)->sendRaw(encodeMessageFrame(0, kAppCloseChannel, forceQuit));
     }

@@ -45,7 +45,7 @@ std::optional<PipelinedClient::Answer> PipelinedClient::nextAnswer(std::chrono::
     if (parse.status == FrameParse::Status::complete) {
       if (parse.frame.kind != FrameKind::reply) continue;
       const auto reply = StandardCodec::decodeReply(parse.frame.payload);
-      return Answer{parse.frame.id, reply ? *reply : ChannelReply::error("TEST", "undecodable reply")};
+      return Answer{parse.frame.id, reply.hasValue() ? *reply : ChannelReply::error("TEST", "undecodable reply")};
     }
     if (parse.status == FrameParse::Status::malformed) return std::nullopt;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
