@@ -6,7 +6,8 @@
 // of the message. Integers go out as int32 when they fit, else as int64 (as the
 // Dart side does); typed lists are aligned even when empty.
 //
-// Encoding never fails; strings are trusted to hold UTF-8. Decoding refuses
+// Encoding never fails; a string that is not UTF-8 (a bug of its source) stops
+// a debug build and goes out repaired from a release build. Decoding refuses
 // every malformed input (truncation, an unknown type byte, a size beyond the
 // input, trailing bytes, invalid UTF-8, nesting deeper than kMaxDepth) with a
 // message that says what was wrong, and never reads outside the given bytes.

@@ -1,7 +1,9 @@
 // StandardCodecWriter: writes values in the standard codec's wire format into a
 // sink. The same writer runs twice per message: once over a CountingSink to
 // learn the exact size, once over a BufferSink into bytes of that size, so
-// that encoding allocates once and never checks for room.
+// that encoding allocates once and never checks for room. Strings are checked
+// to be UTF-8 once: the counting pass checks each, and the writing pass checks
+// them again only when the counting pass found one that was not.
 #pragma once
 
 #include <cassert>
@@ -31,17 +33,28 @@ class CountingSink {
   std::size_t position() const { return position_; }
   void put(const void*, std::size_t count) { position_ += count; }
   void zeros(std::size_t count) { position_ += count; }
+  bool isText(std::string_view string) {
+    const bool text = isUtf8Text(string);
+    allText_ = allText_ && text;
+    return text;
+  }
+  // Whether every string counted was text as it stood.
+  bool allText() const { return allText_; }
 
  private:
   std::size_t position_ = 0;
+  bool allText_ = true;
 };
 
 // Writes into bytes sized beforehand by a CountingSink run; the caller keeps
 // the bytes. Padding needs no writing: the bytes start out zero.
 class BufferSink {
  public:
-  explicit BufferSink(std::span<std::uint8_t> bytes) : begin_(bytes.data()), cursor_(bytes.data()) {}
+  // `allText`: the counting pass found every string to be text, so none needs checking again.
+  BufferSink(std::span<std::uint8_t> bytes, bool allText)
+      : begin_(bytes.data()), cursor_(bytes.data()), allText_(allText) {}
   std::size_t position() const { return static_cast<std::size_t>(cursor_ - begin_); }
+  bool isText(std::string_view string) const { return allText_ || isUtf8Text(string); }
   void put(const void* data, std::size_t count) {
     if (count == 0) return;
     std::memcpy(cursor_, data, count);
@@ -52,6 +65,7 @@ class BufferSink {
  private:
   std::uint8_t* begin_;
   std::uint8_t* cursor_;
+  bool allText_;
 };
 
 template <typename Sink>
@@ -63,7 +77,7 @@ class StandardCodecWriter {
     std::visit([this](const auto& held) { this->write(held); }, value.variant());
   }
   void string(std::string_view text) {
-    if (!isUtf8Text(text)) [[unlikely]] return notText(text);
+    if (!sink_.isText(text)) [[unlikely]] return notText(text);
     type(TypeByte::kString);
     size(text.size());
     sink_.put(text.data(), text.size());
@@ -163,7 +177,7 @@ std::vector<std::uint8_t> encodeMessage(WriteFunction write) {
   StandardCodecWriter<CountingSink> counting(counter);
   write(counting);
   std::vector<std::uint8_t> out(counter.position());
-  BufferSink sink(out);
+  BufferSink sink(out, counter.allText());
   StandardCodecWriter<BufferSink> writer(sink);
   write(writer);
   return out;

@@ -10,7 +10,8 @@ namespace quillon {
 
 bool isUtf8Text(std::string_view bytes);
 
-// `bytes` with each ill-formed sequence replaced by U+FFFD; text stays as it is.
+// `bytes` with U+FFFD in place of each byte that starts no well-formed sequence;
+// text stays as it is.
 std::string toUtf8Text(std::string_view bytes);
 
 }  // namespace quillon
