@@ -38,19 +38,28 @@ std::size_t sequenceLength(const unsigned char* at, const unsigned char* end) {
   return 0;
 }
 
-// Where the ASCII run starting at `at` ends: eight bytes at a time while whole
-// words are ASCII, then to the first byte with its high bit set.
+// The lanes of the eight bytes at `at` whose high bit is set.
+std::uint64_t highBits(const unsigned char* at) {
+  std::uint64_t word;
+  std::memcpy(&word, at, sizeof word);
+  return word & kHighBits;
+}
+
+// Where the ASCII run starting at `at` ends: eight bytes at a time, the last
+// word overlapping the one before it, so that only bytes shorter than a word
+// are taken one by one.
 const unsigned char* skipAscii(const unsigned char* at, const unsigned char* end) {
-  while (end - at >= 8) {
-    std::uint64_t word;
-    std::memcpy(&word, at, sizeof word);
-    if (const std::uint64_t high = word & kHighBits) {
-      return at + std::countr_zero(high) / 8;
-    }
-    at += 8;
+  if (end - at < 8) {
+    while (at != end && *at < 0x80) ++at;
+    return at;
   }
-  while (at != end && *at < 0x80) ++at;
-  return at;
+  for (; end - at > 8; at += 8) {
+    if (const std::uint64_t high = highBits(at)) return at + std::countr_zero(high) / 8;
+  }
+  // Its lanes before `at` were found ASCII already, so its first high bit lies at or after `at`.
+  const unsigned char* last = end - 8;
+  if (const std::uint64_t high = highBits(last)) return last + std::countr_zero(high) / 8;
+  return end;
 }
 
 // The end of the longest run of text starting at `at`.

@@ -51,17 +51,21 @@ TEST(Utf8TextTest, ASequenceCutByTheEndIsNotText) {
   }
 }
 
-// ASCII is taken eight bytes at a time: whatever lane of a word, or of the
-// tail after the last whole word, a byte lies in, it counts.
-TEST(Utf8TextTest, EveryPositionOfAWordAndOfTheTailIsLookedAt) {
-  for (std::size_t at = 0; at < 19; ++at) {
-    std::string bytes(19, 'a');
-    bytes[at] = '\x80';
-    EXPECT_FALSE(isUtf8Text(bytes)) << "lone continuation at " << at;
-    bytes.replace(at, 1, "\xC3\xA9");
-    EXPECT_TRUE(isUtf8Text(bytes)) << "two-byte sequence at " << at;
-    bytes.replace(at, 2, "\xE2\x82(");
-    EXPECT_FALSE(isUtf8Text(bytes)) << "broken three-byte sequence at " << at;
+// ASCII is taken eight bytes at a time, the last word overlapping the one
+// before, and bytes fewer than a word one by one: whatever lane a byte lies
+// in, it counts.
+TEST(Utf8TextTest, EveryLaneOfEveryWordIsLookedAt) {
+  for (const std::size_t length : std::initializer_list<std::size_t>{5, 8, 16, 19}) {
+    for (std::size_t at = 0; at + 1 < length; ++at) {
+      std::string bytes(length, 'a');
+      bytes[at] = '\x80';
+      EXPECT_FALSE(isUtf8Text(bytes)) << "lone continuation at " << at << " of " << length;
+      bytes.replace(at, 2, "\xC3\xA9");
+      EXPECT_TRUE(isUtf8Text(bytes)) << "two-byte sequence at " << at << " of " << length;
+      bytes[at + 1] = '(';
+      EXPECT_FALSE(isUtf8Text(bytes)) << "broken two-byte sequence at " << at << " of " << length;
+    }
+    EXPECT_FALSE(isUtf8Text(std::string(length - 1, 'a') + "\xFF")) << "bad last byte of " << length;
   }
 }
 
