@@ -26,6 +26,12 @@ void ChannelMap::appendUnique(ChannelValue key, ChannelValue value) {
   entries_.push_back(Entry{std::move(key), std::move(value)});
 }
 
+ChannelMap ChannelMap::ofUniqueEntries(std::vector<Entry> entries) {
+  ChannelMap map;
+  map.entries_ = std::move(entries);
+  return map;
+}
+
 void ChannelMap::reserve(std::size_t count) { entries_.reserve(count); }
 
 const ChannelValue* ChannelMap::find(std::string_view key) const {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -33,6 +34,8 @@ class ChannelMap {
   void set(ChannelValue key, ChannelValue value);
   // Appends without looking for an equal key; the caller guarantees it is new.
   void appendUnique(ChannelValue key, ChannelValue value);
+  // Takes over entries whose keys the caller guarantees to be all different.
+  static ChannelMap ofUniqueEntries(std::vector<Entry> entries);
   void reserve(std::size_t count);
 
   // The value under a string key, or nullptr.
@@ -76,6 +79,10 @@ class ChannelValue {
   ChannelValue(std::vector<double> value) : value_(std::move(value)) {}
   ChannelValue(ChannelList value) : value_(std::move(value)) {}
   ChannelValue(ChannelMap value) : value_(std::move(value)) {}
+  // Holds a T built from `arguments`, in place.
+  template <typename T, typename... Arguments>
+  explicit ChannelValue(std::in_place_type_t<T> type, Arguments&&... arguments)
+      : value_(type, std::forward<Arguments>(arguments)...) {}
 
   bool isNull() const { return std::holds_alternative<std::monostate>(value_); }
 
@@ -90,6 +97,12 @@ class ChannelValue {
   template <typename T>
   const T& get() const {
     return std::get<T>(value_);
+  }
+
+  // Replaces what is held with a T built from `arguments`, in place.
+  template <typename T, typename... Arguments>
+  T& emplace(Arguments&&... arguments) {
+    return value_.template emplace<T>(std::forward<Arguments>(arguments)...);
   }
 
   // A 32-bit or 64-bit integer, widened; a double or a boolean is not an integer.

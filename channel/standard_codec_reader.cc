@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "channel/channel_value_hash.h"
@@ -14,70 +15,71 @@
 namespace quillon::codec {
 namespace {
 
-// Collects a decoded map's entries; a repeated key keeps its first place and
-// takes the last value. Small maps are searched directly; larger ones through a
-// hash index, so that a hostile message cannot make decoding quadratic.
+// Collects a decoded map's entries, each read in place; a repeated key keeps
+// its first place and takes the last value. Small maps are searched directly;
+// larger ones through a hash index, so that a hostile message cannot make
+// decoding quadratic.
 class MapBuilder {
  public:
   MapBuilder(std::size_t count, std::size_t reservation) : indexed_(count > kDirectSearchLimit) {
-    if (indexed_) {
-      entries_.reserve(reservation);
-      index_.reserve(reservation);
-    } else {
-      map_.reserve(reservation);
+    entries_.reserve(reservation);
+    if (indexed_) index_.reserve(reservation);
+  }
+
+  // Room for the next entry, to be read and then kept with `keepLast`.
+  ChannelMap::Entry& next() { return entries_.emplace_back(); }
+
+  void keepLast() {
+    const std::size_t last = entries_.size() - 1;
+    if (ChannelMap::Entry* earlier = indexed_ ? findIndexed(last) : findDirectly(last)) {
+      earlier->value = std::move(entries_.back().value);
+      entries_.pop_back();
     }
   }
 
-  void add(ChannelValue key, ChannelValue value) {
-    if (!indexed_) {
-      map_.set(std::move(key), std::move(value));
-      return;
-    }
-    const std::size_t hash = hashValue(key);
-    auto [first, last] = index_.equal_range(hash);
-    for (auto it = first; it != last; ++it) {
-      ChannelMap::Entry& entry = entries_[it->second];
-      if (entry.key == key) {
-        entry.value = std::move(value);
-        return;
-      }
-    }
-    index_.emplace(hash, entries_.size());
-    entries_.push_back(ChannelMap::Entry{std::move(key), std::move(value)});
-  }
-
-  ChannelMap take() && {
-    if (indexed_) {
-      map_.reserve(entries_.size());
-      for (ChannelMap::Entry& entry : entries_) map_.appendUnique(std::move(entry.key), std::move(entry.value));
-    }
-    return std::move(map_);
-  }
+  ChannelMap take() && { return ChannelMap::ofUniqueEntries(std::move(entries_)); }
 
  private:
   static constexpr std::size_t kDirectSearchLimit = 16;
 
+  // An entry before `last` with the same key.
+  ChannelMap::Entry* findDirectly(std::size_t last) {
+    for (std::size_t i = 0; i < last; ++i) {
+      if (entries_[i].key == entries_[last].key) return &entries_[i];
+    }
+    return nullptr;
+  }
+  // The same, and `last` indexed when its key is new.
+  ChannelMap::Entry* findIndexed(std::size_t last) {
+    const std::size_t hash = hashValue(entries_[last].key);
+    auto [first, end] = index_.equal_range(hash);
+    for (auto it = first; it != end; ++it) {
+      if (entries_[it->second].key == entries_[last].key) return &entries_[it->second];
+    }
+    index_.emplace(hash, last);
+    return nullptr;
+  }
+
   bool indexed_;
-  ChannelMap map_;
   std::vector<ChannelMap::Entry> entries_;
   std::unordered_multimap<std::size_t, std::size_t> index_;
 };
 
 // Where a decoded value goes: over a value already there, or onto the end of
-// a list. Both take the value's constructor arguments.
+// a list. Both build it in place from its type and constructor arguments.
 struct AssignTo {
   ChannelValue& out;
-  template <typename... Arguments>
-  void operator()(Arguments&&... arguments) {
-    out = ChannelValue(std::forward<Arguments>(arguments)...);
+  template <typename T, typename... Arguments>
+  void operator()(std::in_place_type_t<T>, Arguments&&... arguments) {
+    out.emplace<T>(std::forward<Arguments>(arguments)...);
   }
 };
 
 struct AppendTo {
   ChannelList& list;
-  template <typename... Arguments>
-  void operator()(Arguments&&... arguments) {
-    list.emplace_back(std::forward<Arguments>(arguments)...);
+  template <typename T, typename... Arguments>
+  void operator()(std::in_place_type_t<T> type, Arguments&&... arguments) {
+    list.emplace_back(type, std::forward<Arguments>(arguments)...);
   }
 };
 
@@ -166,13 +168,13 @@ void StandardCodecReader::skipOptionalPadding(std::size_t alignment) {
   }
 }
 
-bool StandardCodecReader::readStringPayload(std::string& out) {
+bool StandardCodecReader::readText(std::string_view& out) {
   std::size_t length = 0;
   if (!readCount(length, 1)) return false;
-  const auto* text = reinterpret_cast<const char*>(position_);
-  if (!isUtf8Text(std::string_view(text, length))) return fail("invalid UTF-8 in string");
-  out.assign(text, length);
+  const std::string_view text(reinterpret_cast<const char*>(position_), length);
+  if (!isUtf8Text(text)) return fail("invalid UTF-8 in string");
   position_ += length;
+  out = text;
   return true;
 }
 
@@ -180,7 +182,12 @@ bool StandardCodecReader::readString(std::string& out, std::string_view what, bo
   const std::size_t start = offset();
   std::uint8_t type = 0;
   if (!readByte(type)) return false;
-  if (type == static_cast<std::uint8_t>(TypeByte::kString)) return readStringPayload(out);
+  if (type == static_cast<std::uint8_t>(TypeByte::kString)) {
+    std::string_view text;
+    if (!readText(text)) return false;
+    out.assign(text);
+    return true;
+  }
   if (nullable && type == static_cast<std::uint8_t>(TypeByte::kNull)) {
     out.clear();
     return true;
@@ -223,10 +230,9 @@ bool StandardCodecReader::readMap(ChannelMap& out, std::size_t depth) {
   if (!readCount(count, 2)) return false;
   MapBuilder builder(count, reservation(count));
   for (std::size_t i = 0; i < count; ++i) {
-    ChannelValue key;
-    ChannelValue value;
-    if (!readValue(AssignTo{key}, depth + 1) || !readValue(AssignTo{value}, depth + 1)) return false;
-    builder.add(std::move(key), std::move(value));
+    ChannelMap::Entry& entry = builder.next();
+    if (!readValue(AssignTo{entry.key}, depth + 1) || !readValue(AssignTo{entry.value}, depth + 1)) return false;
+    builder.keepLast();
   }
   out = std::move(builder).take();
   return true;
@@ -241,13 +247,13 @@ bool StandardCodecReader::readValue(Place place, std::size_t depth) {
   if (!readByte(type)) return false;
   switch (static_cast<TypeByte>(type)) {
     case TypeByte::kNull:
-      place();
+      place(std::in_place_type<std::monostate>);
       return true;
     case TypeByte::kTrue:
-      place(true);
+      place(std::in_place_type<bool>, true);
       return true;
     case TypeByte::kFalse:
-      place(false);
+      place(std::in_place_type<bool>, false);
       return true;
     case TypeByte::kInt32:
       return readScalar<std::int32_t>(place);
@@ -255,8 +261,12 @@ bool StandardCodecReader::readValue(Place place, std::size_t depth) {
       return readScalar<std::int64_t>(place);
     case TypeByte::kFloat64:
       return skipPadding(sizeof(double)) && readScalar<double>(place);
-    case TypeByte::kString:
-      return readInto<std::string>(place, [this](std::string& text) { return readStringPayload(text); });
+    case TypeByte::kString: {
+      std::string_view text;
+      if (!readText(text)) return false;
+      place(std::in_place_type<std::string>, text);
+      return true;
+    }
     case TypeByte::kUint8List:
       return readInto<std::vector<std::uint8_t>>(place, [this](auto& list) { return this->readTypedList(list); });
     case TypeByte::kInt32List:

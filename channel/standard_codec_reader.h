@@ -42,8 +42,8 @@ class StandardCodecReader {
   std::size_t offset() const { return static_cast<std::size_t>(position_ - begin_); }
 
  private:
-  // Reads one value and hands its constructor arguments to `place`, which
-  // builds it where it belongs (no temporary value per list element).
+  // Reads one value and hands its type and constructor arguments to `place`,
+  // which builds it where it belongs (no temporary value per element).
   template <typename Place>
   bool readValue(Place place, std::size_t depth);
   std::size_t remaining() const { return static_cast<std::size_t>(end_ - position_); }
@@ -61,12 +61,13 @@ class StandardCodecReader {
   std::size_t reservation(std::size_t count);
   bool skipPadding(std::size_t alignment);
   void skipOptionalPadding(std::size_t alignment);
-  bool readStringPayload(std::string& out);
+  // A string's payload, checked to be text; it points into the message.
+  bool readText(std::string_view& out);
   template <typename T, typename Place>
   bool readScalar(Place& place) {
     T scalar{};
     if (!readNumber(scalar)) return false;
-    place(scalar);
+    place(std::in_place_type<T>, scalar);
     return true;
   }
   // Reads a payload of type T with `read`, then places it.
@@ -74,7 +75,7 @@ class StandardCodecReader {
   bool readInto(Place& place, Read read) {
     T payload;
     if (!read(payload)) return false;
-    place(std::move(payload));
+    place(std::in_place_type<T>, std::move(payload));
     return true;
   }
   template <typename T>
