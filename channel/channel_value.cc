@@ -6,6 +6,7 @@
 namespace quillon {
 
 ChannelMap::ChannelMap() = default;
+ChannelMap::ChannelMap(UniqueKeys, std::vector<Entry> entries) : entries_(std::move(entries)) {}
 ChannelMap::ChannelMap(const ChannelMap&) = default;
 ChannelMap::ChannelMap(ChannelMap&&) noexcept = default;
 ChannelMap& ChannelMap::operator=(const ChannelMap&) = default;
@@ -24,12 +25,6 @@ void ChannelMap::set(ChannelValue key, ChannelValue value) {
 
 void ChannelMap::appendUnique(ChannelValue key, ChannelValue value) {
   entries_.push_back(Entry{std::move(key), std::move(value)});
-}
-
-ChannelMap ChannelMap::ofUniqueEntries(std::vector<Entry> entries) {
-  ChannelMap map;
-  map.entries_ = std::move(entries);
-  return map;
 }
 
 void ChannelMap::reserve(std::size_t count) { entries_.reserve(count); }

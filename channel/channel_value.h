@@ -23,7 +23,12 @@ class ChannelMap {
  public:
   struct Entry;
 
+  // Says that the keys of the entries given with it are all different.
+  struct UniqueKeys {};
+
   ChannelMap();
+  // Takes over `entries`; the caller guarantees that their keys are all different.
+  ChannelMap(UniqueKeys, std::vector<Entry> entries);
   ChannelMap(const ChannelMap&);
   ChannelMap(ChannelMap&&) noexcept;
   ChannelMap& operator=(const ChannelMap&);
@@ -34,8 +39,6 @@ class ChannelMap {
   void set(ChannelValue key, ChannelValue value);
   // Appends without looking for an equal key; the caller guarantees it is new.
   void appendUnique(ChannelValue key, ChannelValue value);
-  // Takes over entries whose keys the caller guarantees to be all different.
-  static ChannelMap ofUniqueEntries(std::vector<Entry> entries);
   void reserve(std::size_t count);
 
   // The value under a string key, or nullptr.

@@ -20,10 +20,11 @@ std::vector<std::uint8_t> StandardCodec::encodeValue(const ChannelValue& value) 
   return codec::encodeMessage([&value](auto& writer) { writer.value(value); });
 }
 
+// The decoders read into the result they return, which is then not moved.
 Expected<ChannelValue> StandardCodec::decodeValue(std::span<const std::uint8_t> bytes) {
   StandardCodecReader reader(bytes);
-  ChannelValue value;
-  if (!reader.readValue(value) || !reader.finish()) return reader.failure();
+  Expected<ChannelValue> value = ChannelValue();
+  if (!reader.readValue(*value) || !reader.finish()) value = reader.failure();
   return value;
 }
 
@@ -36,9 +37,9 @@ std::vector<std::uint8_t> StandardCodec::encodeMethodCall(const MethodCall& call
 
 Expected<MethodCall> StandardCodec::decodeMethodCall(std::span<const std::uint8_t> bytes) {
   StandardCodecReader reader(bytes);
-  MethodCall call;
-  if (!reader.readString(call.method, "method name") || !reader.readValue(call.arguments) || !reader.finish()) {
-    return reader.failure();
+  Expected<MethodCall> call = MethodCall();
+  if (!reader.readString(call->method, "method name") || !reader.readValue(call->arguments) || !reader.finish()) {
+    call = reader.failure();
   }
   return call;
 }

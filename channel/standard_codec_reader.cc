@@ -37,7 +37,7 @@ class MapBuilder {
     }
   }
 
-  ChannelMap take() && { return ChannelMap::ofUniqueEntries(std::move(entries_)); }
+  std::vector<ChannelMap::Entry> take() && { return std::move(entries_); }
 
  private:
   static constexpr std::size_t kDirectSearchLimit = 16;
@@ -234,7 +234,7 @@ bool StandardCodecReader::readMap(ChannelMap& out, std::size_t depth) {
     if (!readValue(AssignTo{entry.key}, depth + 1) || !readValue(AssignTo{entry.value}, depth + 1)) return false;
     builder.keepLast();
   }
-  out = std::move(builder).take();
+  out = ChannelMap(ChannelMap::UniqueKeys{}, std::move(builder).take());
   return true;
 }
 
