@@ -1,6 +1,10 @@
-// The standard codec's costs: a large integer list, a typical call, and one
-// small call decoded, routed through the whole catalogue and answered.
+// The standard codec's costs on the shapes the interface sends most (a small
+// call, a map of strings) and on large values (integers, bytes, a reply with
+// many ids), each encoded and decoded; and one small call decoded, routed
+// through the whole catalogue and answered.
 #include <benchmark/benchmark.h>
+
+#include <cstdio>
 
 #include "bundle/assembly_data.h"
 #include "channel/standard_codec.h"
@@ -15,6 +19,25 @@
 namespace quillon {
 namespace {
 
+MethodCall smallCall() {
+  ChannelMap arguments;
+  arguments.set("processId", std::int32_t{1234});
+  return MethodCall{"process::getProcessName", std::move(arguments)};
+}
+
+// 100 string keys and values, as a keyring's readAll answers.
+ChannelValue stringMap() {
+  ChannelMap map;
+  for (int i = 0; i < 100; ++i) {
+    char key[32];
+    char value[64];
+    std::snprintf(key, sizeof key, "setting.key.%03d", i);
+    std::snprintf(value, sizeof value, "the value stored under key number %03d", i);
+    map.set(std::string(key), std::string(value));
+  }
+  return map;
+}
+
 ChannelValue integerList() {
   ChannelList list;
   list.reserve(10'000);
@@ -22,36 +45,58 @@ ChannelValue integerList() {
   return list;
 }
 
-MethodCall typicalCall() {
-  ChannelMap arguments;
-  arguments.set("windowHandle", std::int64_t{4242});
-  arguments.set("command", std::int32_t{3});
-  return MethodCall{"window::showWindow", std::move(arguments)};
+ChannelValue mebibyte() {
+  std::vector<std::uint8_t> bytes(1 << 20);
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 31);
+  return bytes;
 }
 
-void encodeIntegerList(benchmark::State& state) {
-  const ChannelValue list = integerList();
-  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::encodeValue(list));
+// What process::getProcessIdList answers on a busy machine.
+ChannelReply idReply() {
+  ChannelList ids;
+  for (std::int64_t id = 1; id <= 5000; ++id) ids.emplace_back(id * 13);
+  return ChannelReply::success(std::move(ids));
 }
-BENCHMARK(encodeIntegerList);
 
-void decodeIntegerList(benchmark::State& state) {
-  const std::vector<std::uint8_t> bytes = StandardCodec::encodeValue(integerList());
-  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::decodeValue(bytes));
-}
-BENCHMARK(decodeIntegerList);
-
-void encodeMethodCall(benchmark::State& state) {
-  const MethodCall call = typicalCall();
+void encodeSmallCall(benchmark::State& state) {
+  const MethodCall call = smallCall();
   for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::encodeMethodCall(call));
 }
-BENCHMARK(encodeMethodCall);
+BENCHMARK(encodeSmallCall);
 
-void decodeMethodCall(benchmark::State& state) {
-  const std::vector<std::uint8_t> bytes = StandardCodec::encodeMethodCall(typicalCall());
+void decodeSmallCall(benchmark::State& state) {
+  const std::vector<std::uint8_t> bytes = StandardCodec::encodeMethodCall(smallCall());
   for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::decodeMethodCall(bytes));
 }
-BENCHMARK(decodeMethodCall);
+BENCHMARK(decodeSmallCall);
+
+// Values encoded and decoded as they are.
+void encodeValue(benchmark::State& state, ChannelValue (*make)()) {
+  const ChannelValue value = make();
+  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::encodeValue(value));
+}
+void decodeValue(benchmark::State& state, ChannelValue (*make)()) {
+  const std::vector<std::uint8_t> bytes = StandardCodec::encodeValue(make());
+  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::decodeValue(bytes));
+}
+BENCHMARK_CAPTURE(encodeValue, stringMap, &stringMap);
+BENCHMARK_CAPTURE(decodeValue, stringMap, &stringMap);
+BENCHMARK_CAPTURE(encodeValue, integerList, &integerList);
+BENCHMARK_CAPTURE(decodeValue, integerList, &integerList);
+BENCHMARK_CAPTURE(encodeValue, mebibyte, &mebibyte);
+BENCHMARK_CAPTURE(decodeValue, mebibyte, &mebibyte);
+
+void encodeIdReply(benchmark::State& state) {
+  const ChannelReply reply = idReply();
+  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::encodeReply(reply));
+}
+BENCHMARK(encodeIdReply);
+
+void decodeIdReply(benchmark::State& state) {
+  const std::vector<std::uint8_t> bytes = StandardCodec::encodeReply(idReply());
+  for (auto _ : state) benchmark::DoNotOptimize(StandardCodec::decodeReply(bytes));
+}
+BENCHMARK(decodeIdReply);
 
 // What the link does with one incoming call, minus the socket: decode, route
 // through the 24 names (this one is the 22nd), answer, encode the envelope.
