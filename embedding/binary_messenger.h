@@ -21,6 +21,7 @@
 
 #include "base/once_callback.h"
 #include "channel/caller_key.h"
+#include "embedding/link_observer.h"
 
 namespace quillon {
 
@@ -53,6 +54,10 @@ class BinaryMessenger {
   // Installs the handler of `channel`, replacing any earlier one; an empty
   // handler removes it.
   virtual void setMessageHandler(std::string channel, MessageHandler handler) = 0;
+
+  // Who method channels on this messenger tell of each call they receive
+  // and of its answer; none unless the messenger has one.
+  virtual LinkObserver* observer() const { return nullptr; }
 };
 
 }  // namespace quillon

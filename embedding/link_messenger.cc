@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/printed_lines.h"
+#include "channel/standard_codec.h"
 
 namespace quillon {
 
@@ -15,6 +16,7 @@ void LinkMessenger::adopt(UniqueFd socket) {
   connections_.push_back(LinkConnection::adopt(
       std::move(socket), budgets_, [this](LinkConnection& connection, LinkFrame frame) { onFrame(connection, std::move(frame)); },
       [this](LinkConnection& connection, const std::optional<std::string>& fault) { onClosed(connection, fault); }));
+  if (observer_ != nullptr) observer_->connectionsChanged(connections_.size());
 }
 
 void LinkMessenger::closeAll() {
@@ -44,7 +46,10 @@ void LinkMessenger::onFrame(LinkConnection& connection, LinkFrame frame) {
     if (auto target = weak.lock()) target->write(encodeReplyFrame(id, payload));
   }, CallerKey(connection.weak_from_this()));
   const auto found = handlers_.find(frame.channel);
-  if (found == handlers_.end()) return std::move(reply)({});
+  if (found == handlers_.end()) {
+    noteUnhandled(frame.channel, frame.payload);
+    return std::move(reply)({});
+  }
   // A copy: the handler may replace itself while it runs.
   const MessageHandler handler = found->second;
   handler(frame.payload, std::move(reply));
@@ -55,6 +60,18 @@ void LinkMessenger::onClosed(LinkConnection& connection, const std::optional<std
     standardErrorLines().print("dropped interface connections", "quillon-host: dropped an interface connection: " + *fault);
   }
   std::erase_if(connections_, [&connection](const auto& held) { return held.get() == &connection; });
+  if (observer_ != nullptr) observer_->connectionsChanged(connections_.size());
+}
+
+// Method channels tell the observer of the calls they receive; a call on a
+// channel nobody serves (a plug-in without a native half) is told here.
+void LinkMessenger::noteUnhandled(std::string_view channel, std::span<const std::uint8_t> message) {
+  if (observer_ == nullptr) return;
+  const auto call = StandardCodec::decodeMethodCall(message);
+  if (!call) return;
+  if (LinkObserver::AnswerNote note = observer_->callReceived(channel, *call)) {
+    std::move(note)(ChannelReply::notImplemented());
+  }
 }
 
 }  // namespace quillon

@@ -10,7 +10,9 @@
 // from an interface are dropped: the host never asks for an answer. The
 // connections share one budget for what they hold of incoming bytes and one
 // for their unsent bytes (see MemoryBudget), and take turns (see
-// LinkConnection).
+// LinkConnection). An observer, when set, is told of the number of
+// connections whenever it changes, and of the calls on channels without a
+// handler (method channels tell it of theirs).
 #pragma once
 
 #include <functional>
@@ -42,13 +44,19 @@ class LinkMessenger final : public BinaryMessenger {
   void send(std::string_view channel, std::vector<std::uint8_t> message) override;
   void setMessageHandler(std::string channel, MessageHandler handler) override;
 
+  // None by default; the observer must outlive the messenger or be unset first.
+  void setObserver(LinkObserver* observer) { observer_ = observer; }
+  LinkObserver* observer() const override { return observer_; }
+
  private:
   void onFrame(LinkConnection& connection, LinkFrame frame);
   void onClosed(LinkConnection& connection, const std::optional<std::string>& fault);
+  void noteUnhandled(std::string_view channel, std::span<const std::uint8_t> message);
 
   LinkConnection::Budgets budgets_;
   std::map<std::string, MessageHandler, std::less<>> handlers_;
   std::vector<std::shared_ptr<LinkConnection>> connections_;
+  LinkObserver* observer_ = nullptr;
 };
 
 }  // namespace quillon

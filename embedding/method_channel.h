@@ -5,8 +5,10 @@
 // and must answer through its ReplyCallback exactly once, which carries the
 // message's caller key. A payload that does
 // not decode as a method call never reaches it: the channel answers it with the
-// error "BAD_MESSAGE" and a message saying what was wrong. invokeMethod()
-// sends a call to every connected interface without asking for a reply. The channel does not own the
+// error "BAD_MESSAGE" and a message saying what was wrong. Each call that
+// decodes is told to the messenger's observer, when it has one, and so is its
+// answer (see LinkObserver). invokeMethod() sends a call to every connected
+// interface without asking for a reply. The channel does not own the
 // messenger, which must outlive it; the handler is registered with the
 // messenger under the channel's name and stays there until replaced, even when
 // this object goes away.

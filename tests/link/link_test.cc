@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -336,6 +337,73 @@ TEST(MethodChannelTest, APayloadThatIsNotAMethodCallIsAnsweredBadMessage) {
   EXPECT_FALSE(messenger.hasHandler("commands"));
 }
 
+// What an observer was told, in order: "channel method(arguments)" for a call,
+// "-> answer" for its note, "N connected" for the count.
+struct RecordingObserver final : LinkObserver {
+  AnswerNote callReceived(std::string_view channel, const MethodCall& call) override {
+    told.push_back(std::string(channel) + " " + call.method + "(" + describe(call.arguments) + ")");
+    return [this](const ChannelReply& answer) { told.push_back("-> " + describe(answer)); };
+  }
+  void connectionsChanged(std::size_t count) override { told.push_back(std::to_string(count) + " connected"); }
+  std::vector<std::string> told;
+};
+
+// Each call is told before its handler runs, and its answer as the caller gets
+// it, whenever the handler gives it: at once, later, or never (dropped, which
+// answers not-implemented).
+TEST(MethodChannelTest, TellsTheObserverOfEachCallBeforeItsHandlerAndOfTheAnswerTheCallerGets) {
+  testing::FakeMessenger messenger;
+  RecordingObserver observer;
+  messenger.linkObserver = &observer;
+  MethodChannel channel(messenger, "commands");
+  std::optional<ReplyCallback> kept;
+  channel.setMethodCallHandler([&](const MethodCall& call, ReplyCallback reply) {
+    observer.told.push_back("handled " + call.method);
+    if (call.method == "error") std::move(reply).error("E", "m");
+    if (call.method == "value") std::move(reply).success(42);
+    if (call.method == "later") kept.emplace(std::move(reply));
+  });
+  struct Case {
+    const char* method;
+    std::vector<std::string> told;
+    std::vector<ChannelReply> answered;  // as the caller gets them while the handler runs
+  };
+  const std::vector<Case> cases = {
+      {"value", {"commands value(7)", "handled value", "-> success(42)"}, {ChannelReply::success(42)}},
+      {"error", {"commands error(7)", "handled error", "-> error(E, m, null)"}, {ChannelReply::error("E", "m")}},
+      {"dropped", {"commands dropped(7)", "handled dropped", "-> not-implemented"}, {ChannelReply::notImplemented()}},
+      {"later", {"commands later(7)", "handled later"}, {}},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.method);
+    observer.told.clear();
+    EXPECT_EQ(messenger.post("commands", StandardCodec::encodeMethodCall({each.method, 7})), each.answered);
+    EXPECT_EQ(observer.told, each.told);
+  }
+  std::move(*kept).success("done");
+  EXPECT_EQ(observer.told.back(), "-> success(\"done\")");
+}
+
+// The messenger tells the count of connections as it changes, and the calls
+// on channels nobody serves with their not-implemented answer; bytes that are
+// no method call are not a call.
+TEST(LinkMessengerObserverTest, TellsTheConnectionsAndTheCallsNobodyServes) {
+  RecordingObserver observer;  // outlives the messenger, which tells it of the connections it closes
+  LinkMessenger messenger;
+  messenger.setObserver(&observer);
+  auto [first, firstEnd] = LinkPeer::pair();
+  messenger.adopt(std::move(firstEnd));
+  auto [second, secondEnd] = LinkPeer::pair();
+  messenger.adopt(std::move(secondEnd));
+  first.send(encodeMessageFrame(1, "nobody", Bytes{0xFF}));
+  first.send(encodeMessageFrame(2, "nobody", StandardCodec::encodeMethodCall({"ask", "x"})));
+  ASSERT_TRUE(first.receive());
+  ASSERT_TRUE(first.receive());
+  second = LinkPeer(UniqueFd());
+  EXPECT_TRUE(pumpUntil([&] { return messenger.connectionCount() == 1; }));
+  EXPECT_EQ(observer.told, (std::vector<std::string>{"1 connected", "2 connected", "nobody ask(\"x\")",
+                                                     "-> not-implemented", "1 connected"}));
+}
 
 class LinkListenerTest : public ::testing::Test {
  protected:

@@ -25,6 +25,7 @@ class FakeMessenger final : public BinaryMessenger {
     else handlers.erase(channel);
   }
   bool hasHandler(const std::string& channel) const { return handlers.contains(channel); }
+  LinkObserver* observer() const override { return linkObserver; }
 
   // Delivers `message`; the answers given while the handler ran, decoded (the
   // empty reply as not-implemented).
@@ -52,6 +53,7 @@ class FakeMessenger final : public BinaryMessenger {
 
   std::map<std::string, MessageHandler> handlers;
   std::vector<std::pair<std::string, Bytes>> sent;
+  LinkObserver* linkObserver = nullptr;
 };
 
 }  // namespace quillon::testing
