@@ -12,6 +12,10 @@ void Application::lastWindowClosed() {
   if (delegate_.applicationShouldTerminateAfterLastWindowClosed(*this)) terminate();
 }
 
+void Application::interfaceTakeOverTimeEnded() {
+  if (mainFlutterWindow_ != nullptr && !mainFlutterWindow_->controlledByInterface()) mainFlutterWindow_->show();
+}
+
 bool Application::reopen(const std::string& startupId) {
   return mainFlutterWindow_ != nullptr && mainFlutterWindow_->bringForward(startupId);
 }

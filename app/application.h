@@ -9,6 +9,7 @@
 // display, or not created yet).
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "app/app_delegate.h"
@@ -17,6 +18,12 @@
 namespace quillon {
 
 class MainFlutterWindow;
+
+// How long after start-up the main window waits, hidden, for an interface to
+// take it over before it shows itself: an interface started with the host
+// asks well within it, a person who started the host alone sees the window
+// while the desktop still shows the launch as under way.
+inline constexpr std::chrono::seconds kInterfaceTakeOverTime{2};
 
 class Application {
  public:
@@ -36,6 +43,10 @@ class Application {
 
   // The last window was closed: a termination request when the delegate says so.
   void lastWindowClosed();
+
+  // kInterfaceTakeOverTime after start-up: the main window shows unless an
+  // interface controls it, so that a launch without one shows something.
+  void interfaceTakeOverTimeEnded();
 
   // Another launch of the application (a second start from the menu or the
   // dock) handed over to this one: the main window comes forward when the

@@ -51,6 +51,11 @@ class BitsdojoWindow {
   bool hide();
   bool isVisible() const;
 
+  // Whether an interface has asked the window plug-in about this window:
+  // from then on it alone decides when the window shows.
+  bool controlledByInterface() const { return controlledByInterface_; }
+  void setControlledByInterface() { controlledByInterface_ = true; }
+
   // For another launch of the application (startupId: its desktop startup
   // notification, or empty): a shown window comes forward and the answer is
   // true; a hidden one stays hidden, as the interface decides when it shows.
@@ -63,6 +68,7 @@ class BitsdojoWindow {
  private:
   std::unique_ptr<NativeWindow> native_;
   std::unique_ptr<FlutterViewController> contentViewController_;
+  bool controlledByInterface_ = false;
 };
 
 }  // namespace quillon

@@ -46,6 +46,9 @@ int HostApplication::run() {
   application_.finishLaunching();
   // Later launches of the application hand themselves over to this one.
   const InstanceChannel instance(window.contentViewController()->engine().binaryMessenger(), application_);
+  // A launch without an interface shows its window all the same. (The job
+  // finds no window once the loop has ended.)
+  services_.mainQueue().postAfter(kInterfaceTakeOverTime, [this] { application_.interfaceTakeOverTimeEnded(); });
 
   const int status = application_.run();
   // The jobs on the workers use the window's ProcessManager: they end first.

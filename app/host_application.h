@@ -6,7 +6,8 @@
 // When the display goes away under it, it closes the link and ends at once
 // with status 0 (platform/linux/shell/display_loss.h).
 // When another host already serves the interface link, the launch is handed
-// over to it and the process ends.
+// over to it and the process ends. The main window shows itself when no
+// interface has taken it over kInterfaceTakeOverTime after start-up.
 //
 // Contract: construct, run() once, destroy, all on the main thread. run()
 // answers the process's exit status; everything it built, the link included,

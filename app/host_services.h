@@ -58,6 +58,7 @@ class HostServices {
   ~HostServices() { endBackgroundWork(); }
 
   Diagnostics& diagnostics() { return diagnostics_; }
+  MainQueue& mainQueue() { return mainQueue_; }
   // The platform of the process services, for the owner of the ProcessManager.
   const ProcessEnvironment& processEnvironment() const { return process_; }
 

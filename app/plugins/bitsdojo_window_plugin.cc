@@ -15,9 +15,9 @@ bool isWindowMethod(const std::string& method) {
 
 void answerWindowCall(BitsdojoWindow& window, const MethodCall& call, ReplyCallback reply) {
   const std::string& method = call.method;
-  if (!isWindowMethod(method)) {
-    std::move(reply).notImplemented();
-  } else if (!window.hasNativeWindow()) {
+  if (!isWindowMethod(method)) return std::move(reply).notImplemented();
+  window.setControlledByInterface();
+  if (!window.hasNativeWindow()) {
     std::move(reply).error("UNAVAILABLE", "No main window: the host runs without a display");
   } else if (method == "isWindowVisible") {
     std::move(reply).success(window.isVisible());

@@ -7,6 +7,8 @@
 //   without a display each answers the error "UNAVAILABLE";
 //   any other name -> not-implemented.
 // The frame stays the one the window was given; showing never resizes it.
+// Once an interface has asked any of the four, the window is the interface's
+// to show: the host no longer shows it by itself (Application).
 #pragma once
 
 #include "app/plugin_registry.h"

@@ -8,6 +8,7 @@
 #include "app/application.h"
 #include "app/instance_channel.h"
 #include "app/main_flutter_window.h"
+#include "app/plugins/bitsdojo_window_plugin.h"
 #include "app/plugins/flutter_secure_storage_plugin.h"
 #include "app/plugins/url_launcher_plugin.h"
 #include "app/view_engine.h"
@@ -238,6 +239,27 @@ TEST(MainWindowSetupTest, TheCommandChannelAndTheProcessManagerComeBeforeThePlug
             ChannelReply::success(RunningHost::kExecutable));
   host.window.reset();
   EXPECT_FALSE(host.messenger.hasHandler(kNativeCommandChannel));
+}
+
+// Once the time for an interface to take it over has passed, the hidden main
+// window shows itself, unless an interface has asked the window plug-in about
+// it by then (any of its four calls; other names do not count): it stays as
+// that interface left it.
+TEST(MainWindowTakeOverTest, TheWindowShowsItselfUnlessAnInterfaceAskedTheWindowPlugInFirst) {
+  struct Case {
+    std::vector<const char*> asked;
+    bool shown;
+  };
+  for (const auto& [asked, shown] :
+       {Case{{}, true}, Case{{"isWindowVisible"}, false}, Case{{"getAppWindowHandle"}, false},
+        Case{{"showWindow", "hideWindow"}, false}, Case{{"showWindow"}, true}, Case{{"startDragging"}, true}}) {
+    SCOPED_TRACE(::testing::PrintToString(asked));
+    RunningHost host(Window::hidden);
+    host.window->awakeFromNib();
+    for (const char* method : asked) host.call(BitsdojoWindowPlugin::kChannel, method);
+    host.application.interfaceTakeOverTimeEnded();
+    EXPECT_EQ(host.native.visible, shown);
+  }
 }
 
 ChannelValue startupId(ChannelValue id) { return testing::argumentMap({{"startupId", std::move(id)}}); }
