@@ -12,6 +12,11 @@ void Application::lastWindowClosed() {
   if (delegate_.applicationShouldTerminateAfterLastWindowClosed(*this)) terminate();
 }
 
+void Application::closeButtonPressed(bool interfaceConnected) {
+  if (interfaceConnected) return lastWindowClosed();
+  loop_.quit(0);
+}
+
 void Application::interfaceTakeOverTimeEnded() {
   if (mainFlutterWindow_ != nullptr && !mainFlutterWindow_->controlledByInterface()) mainFlutterWindow_->show();
 }

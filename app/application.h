@@ -44,6 +44,11 @@ class Application {
   // The last window was closed: a termination request when the delegate says so.
   void lastWindowClosed();
 
+  // The close button of the main window's view: offered to the interface as
+  // the window manager's close is; with no interface connected nobody could
+  // answer, and the application ends with status 0.
+  void closeButtonPressed(bool interfaceConnected);
+
   // kInterfaceTakeOverTime after start-up: the main window shows unless an
   // interface controls it, so that a launch without one shows something.
   void interfaceTakeOverTimeEnded();

@@ -6,9 +6,11 @@
 #include "app/launch_handover.h"
 #include "app/link_view_engine.h"
 #include "app/main_window_description.h"
+#include "app/secret_arguments.h"
 #include "base/printed_lines.h"
 #include "channel/utf8_text.h"
 #include "commands/argument_limits.h"
+#include "inspector/stand_in_text.h"
 #include "platform/linux/desktop/gtk_desktop.h"
 #include "platform/linux/shell/display_loss.h"
 #include "platform/linux/shell/gtk_main_window.h"
@@ -32,7 +34,10 @@ int HostApplication::run() {
     return 1;
   }
   Engine& link = engine->engine();
-  MainFlutterWindow window(createMainWindow(link),
+  // Outlives the engine, which tells it of the connections it closes.
+  CallLog calls{CallSummariser(secretArguments())};
+  link.setObserver(&calls);
+  MainFlutterWindow window(createMainWindow(link, calls),
                            MainFlutterWindow::Setup{
                                std::move(engine),
                                [this] { return std::make_unique<ProcessManager>(services_.processEnvironment()); },
@@ -78,7 +83,7 @@ std::string HostApplication::launchStartupId() {
   return id;
 }
 
-std::unique_ptr<NativeWindow> HostApplication::createMainWindow(Engine& link) {
+std::unique_ptr<NativeWindow> HostApplication::createMainWindow(Engine& link, CallLog& calls) {
   if (!gtkDesktopAvailable()) {
     standardErrorLines().print("start-up", "quillon-host: no display; running without windows");
     return nullptr;
@@ -88,9 +93,15 @@ std::unique_ptr<NativeWindow> HostApplication::createMainWindow(Engine& link) {
     link.shutdown();
   });
   setProgramClass(kMainWindowDescription.programName, kMainWindowDescription.windowClass);
+  // The application's id names its window class and, as in its desktop entry, its icon.
+  const StandInContent content{kApplicationName, kMainWindowDescription.windowClass, pathText(link.socketPath()),
+                               callLine(link.socketPath(), Engine::defaultSocketPath())};
+  auto view = std::make_unique<GtkStandInView>(
+      content, calls, [this, &calls] { application_.closeButtonPressed(calls.connections() > 0); });
   return std::make_unique<GtkMainWindow>(kMainWindowDescription.title, kMainWindowDescription.frame,
                                          TerminationRequests{[this] { application_.terminate(); },
-                                                             [this] { application_.lastWindowClosed(); }});
+                                                             [this] { application_.lastWindowClosed(); }},
+                                         std::move(view));
 }
 
 }  // namespace quillon

@@ -6,8 +6,9 @@
 // When the display goes away under it, it closes the link and ends at once
 // with status 0 (platform/linux/shell/display_loss.h).
 // When another host already serves the interface link, the launch is handed
-// over to it and the process ends. The main window shows itself when no
-// interface has taken it over kInterfaceTakeOverTime after start-up.
+// over to it and the process ends. The main window lists the link's traffic
+// (CallLog), and shows itself when no interface has taken it over
+// kInterfaceTakeOverTime after start-up.
 //
 // Contract: construct, run() once, destroy, all on the main thread. run()
 // answers the process's exit status; everything it built, the link included,
@@ -22,6 +23,7 @@
 #include "app/host_services.h"
 #include "app/main_flutter_window.h"
 #include "embedding/engine.h"
+#include "inspector/call_log.h"
 #include "platform/linux/shell/gio_url_opener.h"
 #include "platform/linux/shell/glib_main_loop.h"
 #include "platform/linux/shell/libsecret_secret_store.h"
@@ -38,7 +40,7 @@ class HostApplication {
 
  private:
   static std::string launchStartupId();
-  std::unique_ptr<NativeWindow> createMainWindow(Engine& link);
+  std::unique_ptr<NativeWindow> createMainWindow(Engine& link, CallLog& calls);
 
   HostServices services_;
   GioUrlOpener urlOpener_;

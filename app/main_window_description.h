@@ -15,6 +15,9 @@ struct MainWindowDescription {
   const char* windowClass;
 };
 
+// The application's name, as its desktop entry and its alerts say it.
+inline constexpr char kApplicationName[] = "QUILLON Remote App";
+
 inline constexpr MainWindowDescription kMainWindowDescription{
     "QUILLON", {160, 120, 1100, 720}, "quillon-host", "app.quillon.RemoteApp"};
 

@@ -51,8 +51,10 @@ class Engine::Link {
 std::string Engine::interfaceSocketPath() {
   const char* chosen = std::getenv("QUILLON_INTERFACE_SOCKET");
   if (chosen != nullptr && chosen[0] != '\0') return chosen;
-  return defaultSocketDirectory() + "/interface.sock";
+  return defaultSocketPath();
 }
+
+std::string Engine::defaultSocketPath() { return defaultSocketDirectory() + "/interface.sock"; }
 
 Engine::Engine(std::string socketPath) : link_(std::make_unique<Link>(std::move(socketPath))) {}
 
@@ -76,5 +78,7 @@ bool Engine::anotherHostServes() const { return link_->listener.anotherHostServe
 BinaryMessenger& Engine::binaryMessenger() { return link_->messenger; }
 
 const std::string& Engine::socketPath() const { return link_->listener.path(); }
+
+void Engine::setObserver(LinkObserver* observer) { link_->messenger.setObserver(observer); }
 
 }  // namespace quillon

@@ -23,6 +23,8 @@ class Engine {
   // $XDG_RUNTIME_DIR/quillon-host/interface.sock, else
   // /tmp/quillon-host-<uid>/interface.sock.
   static std::string interfaceSocketPath();
+  // The same without the switch: where a client finds the host by itself.
+  static std::string defaultSocketPath();
 
   explicit Engine(std::string socketPath = interfaceSocketPath());
   Engine(const Engine&) = delete;
@@ -38,6 +40,10 @@ class Engine {
 
   BinaryMessenger& binaryMessenger();
   const std::string& socketPath() const;
+
+  // Tells `observer` of the link's traffic from now on (see LinkObserver); it
+  // must outlive the engine, which tells it of the connections it closes.
+  void setObserver(LinkObserver* observer);
 
  private:
   class Link;

@@ -1,5 +1,7 @@
-// The shell through fakes: the close handshake, the main window's set-up and
-// the hand-over of a second launch.
+// The shell through fakes: the close handshake (the view's close button
+// among the requests), the main window's set-up, the hand-over of a second
+// launch, the window shown without an interface and the secrets the list of
+// latest calls hides.
 #include <gtest/gtest.h>
 
 #include <variant>
@@ -11,6 +13,7 @@
 #include "app/plugins/bitsdojo_window_plugin.h"
 #include "app/plugins/flutter_secure_storage_plugin.h"
 #include "app/plugins/url_launcher_plugin.h"
+#include "app/secret_arguments.h"
 #include "app/view_engine.h"
 #include "bundle/assembly_data.h"
 #include "channel/channel_names.h"
@@ -191,6 +194,17 @@ TEST_F(CloseHandshakeTest, ForceQuitAloneReleasesForGood) {
   EXPECT_EQ(host_.messenger.sent, closeRequests(1));
 }
 
+// The view's close button offers the quit as the window manager's close
+// does; with no interface connected nobody could answer, so it ends the loop.
+TEST_F(CloseHandshakeTest, TheCloseButtonOffersTheQuitOrWithNobodyToAskEndsTheLoop) {
+  host_.application.closeButtonPressed(true);
+  EXPECT_EQ(host_.messenger.sent, closeRequests(1));
+  EXPECT_TRUE(host_.loop.quits.empty());
+  host_.application.closeButtonPressed(false);
+  EXPECT_EQ(host_.messenger.sent, closeRequests(1));
+  EXPECT_EQ(host_.loop.quits, std::vector<int>{0});
+}
+
 // Without a main window, or before it has its view, there is no engine: no
 // close channel, nothing sent, every request refused.
 TEST(AppDelegateTest, WithoutAnEngineRequestsAreRefusedSilently) {
@@ -260,6 +274,17 @@ TEST(MainWindowTakeOverTest, TheWindowShowsItselfUnlessAnInterfaceAskedTheWindow
     host.application.interfaceTakeOverTimeEnded();
     EXPECT_EQ(host.native.visible, shown);
   }
+}
+
+// The arguments the list of latest calls shows as sizes alone.
+TEST(SecretArgumentsTest, AStoredSecretAndACertificateShowTheirSizesAlone) {
+  const CallSummariser summariser(secretArguments());
+  EXPECT_EQ(summariser.arguments(FlutterSecureStoragePlugin::kChannel,
+                                 {"write", testing::argumentMap({{"key", "k"}, {"value", "secret"}})}),
+            R"({"key": "k", "value": <hidden: 6 bytes>})");
+  EXPECT_EQ(summariser.arguments(kNativeCommandChannel,
+                                 {"ssl::addCertificate", testing::argumentMap({{"certificate", "MIIB"}})}),
+            R"({"certificate": <hidden: 4 bytes>})");
 }
 
 ChannelValue startupId(ChannelValue id) { return testing::argumentMap({{"startupId", std::move(id)}}); }

@@ -24,12 +24,12 @@ void connect(GtkWidget* widget, const char* signal, Handler handler, void* self,
 
 }  // namespace
 
-GtkMainWindow::GtkMainWindow(const std::string& title, const WindowFrame& frame, TerminationRequests requests)
-    : window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), frame_(frame), requests_(std::move(requests)) {
+GtkMainWindow::GtkMainWindow(const std::string& title, const WindowFrame& frame, TerminationRequests requests,
+                             std::unique_ptr<GtkStandInView> view)
+    : view_(std::move(view)), window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), frame_(frame), requests_(std::move(requests)) {
   g_object_ref_sink(window_.get());
   gtk_window_set_title(asWindow(window_.get()), title.c_str());
-  // The interface's view fills the window; until it draws, the window is empty.
-  gtk_container_add(reinterpret_cast<GtkContainer*>(window_.get()), gtk_drawing_area_new());
+  gtk_container_add(reinterpret_cast<GtkContainer*>(window_.get()), view_->widget());
   setFrame(frame);
   connect(window_.get(), "delete-event", &GtkMainWindow::onDeleteEvent, this);
   connect(window_.get(), "key-press-event", &GtkMainWindow::onKeyPress, this);
@@ -43,6 +43,8 @@ GtkMainWindow::GtkMainWindow(const std::string& title, const WindowFrame& frame,
 
 GtkMainWindow::~GtkMainWindow() {
   g_signal_handlers_disconnect_matched(window_.get(), G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
+  // The view lets go of its widgets while they are whole.
+  view_.reset();
   gtk_widget_destroy(window_.get());
 }
 
@@ -112,6 +114,7 @@ int GtkMainWindow::onConfigureEvent(GtkWidget* widget, void* event, void* self) 
 // manager may have moved a window it mapped anew, to keep it on the screen.
 int GtkMainWindow::onMapEvent(GtkWidget* widget, void*, void* self) {
   auto* window = static_cast<GtkMainWindow*>(self);
+  window->view_->windowMapped();
   if (!window->placing_) return FALSE;
   window->placing_ = false;
   gtk_window_move(asWindow(widget), toGint(window->frame_.x), toGint(window->frame_.y));

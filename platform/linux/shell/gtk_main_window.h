@@ -1,6 +1,7 @@
 // GtkMainWindow: the application's main window on a GTK 3 desktop. It is
 // created hidden with the title and frame it is given, and realized at once, so
-// that it has its X window (its number) before it is first shown. The quit
+// that it has its X window (its number) before it is first shown. The
+// stand-in view fills it where the interface's view would be. The quit
 // shortcut (Ctrl+Q) and the window manager's close request (delete-event) are
 // handed to the application as termination requests, and the window stays
 // open: whether the application ends is decided elsewhere.
@@ -22,6 +23,7 @@
 #include <string>
 
 #include "base/c_owner.h"
+#include "platform/linux/shell/gtk_stand_in_view.h"
 #include "platform/native_window.h"
 
 typedef struct _GtkWidget GtkWidget;
@@ -35,7 +37,8 @@ struct TerminationRequests {
 
 class GtkMainWindow final : public NativeWindow {
  public:
-  GtkMainWindow(const std::string& title, const WindowFrame& frame, TerminationRequests requests);
+  GtkMainWindow(const std::string& title, const WindowFrame& frame, TerminationRequests requests,
+                std::unique_ptr<GtkStandInView> view);
   GtkMainWindow(const GtkMainWindow&) = delete;
   GtkMainWindow& operator=(const GtkMainWindow&) = delete;
   ~GtkMainWindow() override;
@@ -58,6 +61,7 @@ class GtkMainWindow final : public NativeWindow {
   static int onMapEvent(GtkWidget* widget, void* event, void* self);
   static void releaseWidget(GtkWidget* widget);
 
+  std::unique_ptr<GtkStandInView> view_;
   COwner<GtkWidget, releaseWidget> window_;
   // Where the window stands, or stood when it was last hidden: its own area.
   WindowFrame frame_;
