@@ -322,6 +322,11 @@ TEST_F(DesktopAlertTest, AppearsCentredOnTopWithItsTextsAndClosesByItselfOrByIts
   ASSERT_EQ(alerts.size(), 1U);
   EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(child(alerts[0], 0))), "Session ended");
   EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(child(alerts[0], 1))), "The remote side closed the session.");
+  // What a screen reader announces: an alert, by its title and message.
+  AtkObject* accessible = gtk_widget_get_accessible(GTK_WIDGET(alerts[0]));
+  EXPECT_EQ(atk_object_get_role(accessible), ATK_ROLE_ALERT);
+  EXPECT_STREQ(atk_object_get_name(accessible), "Session ended");
+  EXPECT_STREQ(atk_object_get_description(accessible), "The remote side closed the session.");
   // Motif hints: functions only (flag 1), and of them only move (4) and close
   // (32).
   const auto motif = property(numberOf(alerts[0]), "_MOTIF_WM_HINTS");
@@ -357,6 +362,24 @@ TEST_F(DesktopAlertTest, AppearsCentredOnTopWithItsTextsAndClosesByItselfOrByIts
   EXPECT_GT(std::chrono::steady_clock::now() - shown, std::chrono::milliseconds(1500));
   pressCloseButton(numberOf(visibleAlerts()[0]));
   EXPECT_TRUE(waitUntil([&] { return listedAlerts().empty(); }));
+}
+
+// By keyboard, as GNOME's dialogs: Escape closes the alert, Return and space
+// press its OK button; another key leaves it.
+TEST_F(DesktopAlertTest, EscapeClosesItAndReturnOrSpacePressOk) {
+  for (const char* key : {"Escape", "Return", "space"}) {
+    SCOPED_TRACE(key);
+    ApplicationWindow::showAlert(desktop.services, "By keyboard", key, 0);
+    ASSERT_TRUE(waitUntil([&] { return visibleAlerts().size() == 1; }));
+    GtkWindow* alert = visibleAlerts()[0];
+    if (!becomesActive(alert)) GTEST_SKIP() << windowManager << " gives no window the keyboard";
+    g_spawn_command_line_sync("xdotool key x", nullptr, nullptr, nullptr, nullptr);
+    const std::function<bool()> closed = [] { return visibleAlerts().empty(); };
+    EXPECT_FALSE(waitUntil(closed, std::chrono::milliseconds(300))) << "closed by another key";
+    const std::string typed = std::string("xdotool key ") + key;
+    g_spawn_command_line_sync(typed.c_str(), nullptr, nullptr, nullptr, nullptr);
+    EXPECT_TRUE(waitUntil([&] { return visibleAlerts().empty() && listedAlerts().empty(); }));
+  }
 }
 
 // The texts are measured word-wrapped, in the desktop's font at the size asked.

@@ -65,6 +65,15 @@ gboolean deleteRequested(GtkWidget* widget, GdkEvent*, gpointer) {
   return TRUE;  // handled: GTK must not destroy it a second time
 }
 
+// Escape closes the alert, as it closes GNOME's dialogs; Return and space
+// press the focused OK button, as GTK makes them.
+gboolean keyPressed(GtkWidget* widget, GdkEventKey* key, gpointer) {
+  const guint modifiers = key->state & static_cast<guint>(gtk_accelerator_get_default_mod_mask());
+  if (key->keyval != GDK_KEY_Escape || modifiers != 0) return FALSE;
+  closeAlert(GTK_WINDOW(widget));
+  return TRUE;
+}
+
 GtkWidget* okButton(const AlertContent& content, GtkWindow* window) {
   GtkWidget* button = gtk_button_new_with_label(content.buttonTitle.c_str());
   useFont(GTK_LABEL(gtk_bin_get_child(GTK_BIN(button))), content.buttonFont);
@@ -113,6 +122,13 @@ class GtkAlertWindow final : public AlertWindow {
     gtk_box_pack_start(GTK_BOX(box), message, TRUE, TRUE, 0);
     gtk_box_pack_start(GTK_BOX(box), okButton(content, window_.get()), FALSE, FALSE, 0);
     gtk_container_add(GTK_CONTAINER(window_.get()), box);
+
+    // A screen reader announces it as an alert with its own title and message
+    // (the window's title names the application alone).
+    AtkObject* accessible = gtk_widget_get_accessible(GTK_WIDGET(window_.get()));
+    atk_object_set_role(accessible, ATK_ROLE_ALERT);
+    atk_object_set_name(accessible, content.title.c_str());
+    atk_object_set_description(accessible, content.message.c_str());
   }
 
   void makeKeyAndOrderFront() override {
@@ -156,6 +172,7 @@ std::unique_ptr<AlertWindow> GtkAlertWindowFactory::create(const AlertWindowStyl
   gtk_window_set_deletable(window, style.closable ? TRUE : FALSE);
   gtk_window_set_resizable(window, style.resizable ? TRUE : FALSE);
   g_signal_connect(widget, "delete-event", G_CALLBACK(deleteRequested), nullptr);
+  g_signal_connect(widget, "key-press-event", G_CALLBACK(keyPressed), nullptr);
   gtk_widget_realize(widget);
   auto functions = static_cast<unsigned>(GDK_FUNC_MOVE);
   if (style.closable) functions |= GDK_FUNC_CLOSE;
