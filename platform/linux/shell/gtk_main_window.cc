@@ -29,12 +29,13 @@ GtkMainWindow::GtkMainWindow(const std::string& title, const WindowFrame& frame,
     : view_(std::move(view)), window_(gtk_window_new(GTK_WINDOW_TOPLEVEL)), frame_(frame), requests_(std::move(requests)) {
   g_object_ref_sink(window_.get());
   gtk_window_set_title(asWindow(window_.get()), title.c_str());
-  gtk_container_add(reinterpret_cast<GtkContainer*>(window_.get()), view_->widget());
   setFrame(frame);
   connect(window_.get(), "delete-event", &GtkMainWindow::onDeleteEvent, this);
   connect(window_.get(), "key-press-event", &GtkMainWindow::onKeyPress, this);
   connect(window_.get(), "configure-event", &GtkMainWindow::onConfigureEvent, this);
   connect(window_.get(), "map-event", &GtkMainWindow::onMapEvent, this);
+  // However it is shown (show(), a show command, a second launch), and only then.
+  connect(window_.get(), "show", &GtkMainWindow::onShow, this);
   // After GTK's own unmap, which forgets the position it was asked for.
   connect(window_.get(), "unmap", &GtkMainWindow::onUnmap, this, G_CONNECT_AFTER);
   // Its number from the start: the interface may show it by that number.
@@ -74,6 +75,7 @@ void GtkMainWindow::setFrame(const WindowFrame& frame) {
 void GtkMainWindow::useCustomFrame() { gtk_window_set_decorated(asWindow(window_.get()), FALSE); }
 
 void GtkMainWindow::show() {
+  addView();
   gtk_widget_show_all(window_.get());
   gtk_window_present(asWindow(window_.get()));
 }
@@ -101,6 +103,13 @@ int GtkMainWindow::onDeleteEvent(GtkWidget*, void*, void* self) {
   static_cast<GtkMainWindow*>(self)->requests_.windowClosed();
   return TRUE;  // the window stays; a granted termination ends the application instead
 }
+
+void GtkMainWindow::addView() {
+  if (gtk_bin_get_child(reinterpret_cast<GtkBin*>(window_.get())) != nullptr) return;
+  gtk_container_add(reinterpret_cast<GtkContainer*>(window_.get()), view_->widget());
+}
+
+void GtkMainWindow::onShow(GtkWidget*, void* self) { static_cast<GtkMainWindow*>(self)->addView(); }
 
 int GtkMainWindow::onConfigureEvent(GtkWidget* widget, void* event, void* self) {
   auto* window = static_cast<GtkMainWindow*>(self);

@@ -1,7 +1,8 @@
 // GtkMainWindow: the application's main window on a GTK 3 desktop. It is
 // created hidden with the title and frame it is given, and realized at once, so
 // that it has its X window (its number) before it is first shown. The
-// stand-in view fills it where the interface's view would be. The quit
+// stand-in view fills it where the interface's view would be, from the first
+// time it is shown, however it is shown. The quit
 // shortcut (Ctrl+Q) and the window manager's close request (delete-event) are
 // handed to the application as termination requests, and the window stays
 // open: whether the application ends is decided elsewhere.
@@ -58,8 +59,10 @@ class GtkMainWindow final : public NativeWindow {
   static int onKeyPress(GtkWidget* widget, void* event, void* self);
   static int onConfigureEvent(GtkWidget* widget, void* event, void* self);
   static void onUnmap(GtkWidget* widget, void* self);
+  static void onShow(GtkWidget* widget, void* self);
   static int onMapEvent(GtkWidget* widget, void* event, void* self);
   static void releaseWidget(GtkWidget* widget);
+  void addView();
 
   std::unique_ptr<GtkStandInView> view_;
   COwner<GtkWidget, releaseWidget> window_;

@@ -2,6 +2,7 @@
 
 #include <gtk/gtk.h>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 #include <vector>
@@ -98,33 +99,49 @@ std::string tookText(const CallSummary& call) { return call.took ? duration(*cal
 
 }  // namespace
 
-GtkStandInView::GtkStandInView(const StandInContent& content, CallLog& calls, std::function<void()> closePressed)
-    : calls_(calls), closePressed_(std::move(closePressed)), root_(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0)) {
+GtkStandInView::GtkStandInView(StandInContent content, CallLog& calls, std::function<void()> closePressed)
+    : content_(std::move(content)), calls_(calls), closePressed_(std::move(closePressed)) {}
+
+GtkWidget* GtkStandInView::widget() {
+  if (!root_) build();
+  return root_.get();
+}
+
+void GtkStandInView::build() {
   prepareDesktop();
+  root_.reset(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
   g_object_ref_sink(root_.get());
-  gtk_box_pack_start(GTK_BOX(root_.get()), header(content), FALSE, FALSE, 0);
-  gtk_box_pack_start(GTK_BOX(root_.get()), body(content), TRUE, TRUE, 0);
+  gtk_box_pack_start(GTK_BOX(root_.get()), header(), FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(root_.get()), body(), TRUE, TRUE, 0);
   gtk_widget_show_all(root_.get());
+  g_signal_connect(root_.get(), "realize", G_CALLBACK(&GtkStandInView::onRealized), this);
   refresh();
+  refreshToDraw_ = false;  // the window's first frame is no refresh's
   calls_.setChangeListener([this] { logChanged(); });
 }
 
 GtkStandInView::~GtkStandInView() {
+  if (!root_) return;
   calls_.setChangeListener(nullptr);
   if (refreshSource_ != 0) g_source_remove(refreshSource_);
   g_signal_handlers_disconnect_matched(closeButton_, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
+  g_signal_handlers_disconnect_matched(root_.get(), G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
+  if (frameClock_ != nullptr) {
+    g_signal_handlers_disconnect_matched(frameClock_, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
+    g_object_unref(frameClock_);
+  }
 }
 
 void GtkStandInView::releaseWidget(GtkWidget* widget) { g_object_unref(widget); }
 
-GtkWidget* GtkStandInView::header(const StandInContent& content) {
+GtkWidget* GtkStandInView::header() {
   GtkWidget* row = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
   setMargins(row, 12, 16);
-  GtkWidget* icon = gtk_image_new_from_icon_name(content.iconName.c_str(), GTK_ICON_SIZE_DIALOG);
+  GtkWidget* icon = gtk_image_new_from_icon_name(content_.iconName.c_str(), GTK_ICON_SIZE_DIALOG);
   gtk_image_set_pixel_size(GTK_IMAGE(icon), 48);
-  nameForScreenReaders(icon, "Icon of " + content.applicationName);
+  nameForScreenReaders(icon, "Icon of " + content_.applicationName);
   gtk_box_pack_start(GTK_BOX(row), icon, FALSE, FALSE, 0);
-  gtk_box_pack_start(GTK_BOX(row), label(content.applicationName, "quillon-stand-in-name"), FALSE, FALSE, 0);
+  gtk_box_pack_start(GTK_BOX(row), label(content_.applicationName, "quillon-stand-in-name"), FALSE, FALSE, 0);
 
   closeButton_ = gtk_button_new_from_icon_name("window-close-symbolic", GTK_ICON_SIZE_LARGE_TOOLBAR);
   gtk_button_set_relief(GTK_BUTTON(closeButton_), GTK_RELIEF_NONE);
@@ -142,7 +159,7 @@ GtkWidget* GtkStandInView::header(const StandInContent& content) {
   return area;
 }
 
-GtkWidget* GtkStandInView::body(const StandInContent& content) {
+GtkWidget* GtkStandInView::body() {
   GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 12);
   setMargins(box, 20, 24);
   GtkWidget* sentence = label("");
@@ -154,9 +171,9 @@ GtkWidget* GtkStandInView::body(const StandInContent& content) {
   gtk_grid_set_row_spacing(GTK_GRID(facts), 6);
   gtk_grid_set_column_spacing(GTK_GRID(facts), 16);
   gtk_grid_attach(GTK_GRID(facts), label("Socket", "quillon-stand-in-key"), 0, 0, 1, 1);
-  gtk_grid_attach(GTK_GRID(facts), copyableLabel(content.socketPath, "quillon-stand-in-code"), 1, 0, 1, 1);
+  gtk_grid_attach(GTK_GRID(facts), copyableLabel(content_.socketPath, "quillon-stand-in-code"), 1, 0, 1, 1);
   gtk_grid_attach(GTK_GRID(facts), label("Call it", "quillon-stand-in-key"), 0, 1, 1, 1);
-  gtk_grid_attach(GTK_GRID(facts), copyableLabel(content.callLine, "quillon-stand-in-code"), 1, 1, 1, 1);
+  gtk_grid_attach(GTK_GRID(facts), copyableLabel(content_.callLine, "quillon-stand-in-code"), 1, 1, 1, 1);
   gtk_box_pack_start(GTK_BOX(box), facts, FALSE, FALSE, 0);
 
   GtkWidget* heading = label("Latest calls", "quillon-stand-in-heading");
@@ -168,6 +185,9 @@ GtkWidget* GtkStandInView::body(const StandInContent& content) {
   nameForScreenReaders(list, "Latest calls");
   GtkWidget* scrolled = gtk_scrolled_window_new(nullptr, nullptr);
   gtk_scrolled_window_set_shadow_type(GTK_SCROLLED_WINDOW(scrolled), GTK_SHADOW_IN);
+  // Classic scroll bars: overlay ones fade in and out at every change of the
+  // list, a dozen frames each.
+  gtk_scrolled_window_set_overlay_scrolling(GTK_SCROLLED_WINDOW(scrolled), FALSE);
   gtk_container_add(GTK_CONTAINER(scrolled), list);
   gtk_box_pack_start(GTK_BOX(box), scrolled, TRUE, TRUE, 0);
   return box;
@@ -198,7 +218,9 @@ GtkWidget* GtkStandInView::callList() {
 
 void GtkStandInView::logChanged() {
   if (refreshSource_ != 0) return;
-  refreshSource_ = g_timeout_add(static_cast<guint>(kRefreshInterval.count()), &GtkStandInView::onRefreshTime, this);
+  const auto interval = std::clamp(std::chrono::ceil<std::chrono::milliseconds>(lastCost_ * kCostShare),
+                                   kRefreshInterval, kLongestInterval);
+  refreshSource_ = g_timeout_add(static_cast<guint>(interval.count()), &GtkStandInView::onRefreshTime, this);
 }
 
 int GtkStandInView::onRefreshTime(void* self) {
@@ -208,8 +230,30 @@ int GtkStandInView::onRefreshTime(void* self) {
   return G_SOURCE_REMOVE;
 }
 
+// The window's frame after a refresh (layout and painting) shows it: it counts
+// in what the refresh costs.
+void GtkStandInView::onRealized(GtkWidget* root, void* self) {
+  auto* view = static_cast<GtkStandInView*>(self);
+  GdkFrameClock* clock = gtk_widget_get_frame_clock(root);
+  if (clock == nullptr || clock == view->frameClock_) return;
+  view->frameClock_ = g_object_ref(clock);
+  g_signal_connect(clock, "before-paint", G_CALLBACK(&GtkStandInView::onFrameStarted), view);
+  g_signal_connect(clock, "after-paint", G_CALLBACK(&GtkStandInView::onFrameDone), view);
+}
+
+void GtkStandInView::onFrameStarted(void*, void* self) {
+  static_cast<GtkStandInView*>(self)->frameStarted_ = g_get_monotonic_time();
+}
+
+void GtkStandInView::onFrameDone(void*, void* self) {
+  auto* view = static_cast<GtkStandInView*>(self);
+  if (!view->refreshToDraw_) return;
+  view->refreshToDraw_ = false;
+  view->lastCost_ = view->refreshCost_ + std::chrono::microseconds(g_get_monotonic_time() - view->frameStarted_);
+}
+
 void GtkStandInView::windowMapped() {
-  if (calls_.changed()) refresh();
+  if (root_ && calls_.changed()) refresh();
 }
 
 void GtkStandInView::onClosePressed(GtkWidget*, void* self) { static_cast<GtkStandInView*>(self)->closePressed_(); }
@@ -221,6 +265,7 @@ bool GtkStandInView::onScreen() const {
 }
 
 void GtkStandInView::refresh() {
+  const gint64 started = g_get_monotonic_time();
   calls_.markSeen();
   const std::size_t connections = calls_.connections();
   if (connections != shownConnections_) {
@@ -229,6 +274,8 @@ void GtkStandInView::refresh() {
   }
   showNewCalls();
   if (rowsWaiting_ > 0) showAnswers();
+  refreshCost_ = std::chrono::microseconds(g_get_monotonic_time() - started);
+  refreshToDraw_ = true;
 }
 
 // The calls that came since the last refresh go on top; those that left the
@@ -239,15 +286,16 @@ void GtkStandInView::showNewCalls() {
   while (fresh < calls.size() && calls[fresh]->sequence > newestShown_) ++fresh;
   if (fresh == 0) return;
   if (fresh == calls.size()) {
-    // Every row changes (a burst, or the first calls): the rows are made
-    // anew away from the list, which then lays them out once.
-    GtkTreeModel* model = GTK_TREE_MODEL(g_object_ref(rows_));
-    gtk_tree_view_set_model(list_, nullptr);
-    gtk_list_store_clear(rows_);
+    // Every row changes (a burst, or the first calls): each takes the call
+    // of its place, and the list redraws what it shows, never laid out anew.
+    GtkTreeIter row;
+    gboolean valid = gtk_tree_model_get_iter_first(GTK_TREE_MODEL(rows_), &row);
     rowsWaiting_ = 0;
-    for (const CallSummary* call : calls) insertRow(-1, *call);
-    gtk_tree_view_set_model(list_, model);
-    g_object_unref(model);
+    for (const CallSummary* call : calls) {
+      if (!valid) gtk_list_store_append(rows_, &row);
+      writeRow(row, *call);
+      if (valid) valid = gtk_tree_model_iter_next(GTK_TREE_MODEL(rows_), &row);
+    }
   } else {
     for (std::size_t index = fresh; index-- > 0;) insertRow(0, *calls[index]);
     dropRowsFrom(static_cast<int>(calls.size()));
@@ -272,12 +320,17 @@ void GtkStandInView::showAnswers() {
 }
 
 void GtkStandInView::insertRow(int position, const CallSummary& call) {
+  GtkTreeIter row;
+  gtk_list_store_insert(rows_, &row, position);
+  writeRow(row, call);
+}
+
+void GtkStandInView::writeRow(GtkTreeIter& row, const CallSummary& call) {
   const bool waiting = call.answer.empty();
-  gtk_list_store_insert_with_values(rows_, nullptr, position, kSequence, static_cast<guint64>(call.sequence), kTime,
-                                    timeOfDay(call.received).c_str(), kChannel, call.channel.c_str(), kMethod,
-                                    call.method.c_str(), kArguments, call.arguments.c_str(), kAnswer,
-                                    waiting ? kWaitingText : call.answer.c_str(), kTook, tookText(call).c_str(),
-                                    kWaiting, waiting ? TRUE : FALSE, -1);
+  gtk_list_store_set(rows_, &row, kSequence, static_cast<guint64>(call.sequence), kTime,
+                     timeOfDay(call.received).c_str(), kChannel, call.channel.c_str(), kMethod, call.method.c_str(),
+                     kArguments, call.arguments.c_str(), kAnswer, waiting ? kWaitingText : call.answer.c_str(), kTook,
+                     tookText(call).c_str(), kWaiting, waiting ? TRUE : FALSE, -1);
   if (waiting) ++rowsWaiting_;
 }
 
