@@ -36,8 +36,10 @@ int HostApplication::run() {
   Engine& link = engine->engine();
   // Outlives the engine, which tells it of the connections it closes.
   CallLog calls{CallSummariser(secretArguments())};
-  link.setObserver(&calls);
-  MainFlutterWindow window(createMainWindow(link, calls),
+  std::unique_ptr<NativeWindow> mainWindow = createMainWindow(link, calls);
+  // Headless, nobody could see the list: the link goes unobserved.
+  if (mainWindow) link.setObserver(&calls);
+  MainFlutterWindow window(std::move(mainWindow),
                            MainFlutterWindow::Setup{
                                std::move(engine),
                                [this] { return std::make_unique<ProcessManager>(services_.processEnvironment()); },
