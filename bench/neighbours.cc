@@ -1,15 +1,19 @@
 // How long a client waits for a cheap call ("assembly::getExecutingAssemblyPath")
 // while another client keeps the built host busy: one scene a neighbour, each
-// on a host of its own (headless, in a bundle of its own). The measuring
-// client calls once a millisecond for a few seconds, as an interface does, and
-// the 50th and 99th percentiles and the longest wait are printed; a neighbour
-// whose own call matters (the hung tool) says how it was answered.
+// on a host of its own (in a bundle of its own; headless, but for the scenes
+// of the main window). The measuring client calls once a millisecond for a few
+// seconds, as an interface does, and the 50th and 99th percentiles and the
+// longest wait are printed; a neighbour whose own calls matter (the hung tool,
+// the bursts) says how they were answered.
 //
-//   scripts/build plain && build/bench/neighbours_bench [SECONDS]     # 4 s a scene
+//   scripts/build plain && scripts/with-desktop build/bench/neighbours_bench [SECONDS [PART]]
+//
+// runs each scene (whose name holds PART) for SECONDS, 4 by default.
 //
 // The hung tool's scene makes a mount namespace, which needs root; without it
-// that scene is skipped. A scene is a row of scenes(): how its host starts
-// and what its neighbour does until it is dropped.
+// that scene is skipped, as are the main window's scenes without a display. A
+// scene is a row of scenes(): how its host starts and what its neighbour does
+// until it is dropped.
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -24,7 +28,9 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -79,17 +85,67 @@ std::unique_ptr<Neighbour> looping(const HostProcess& host, std::string method) 
 }
 
 // A client that sends `count` cheap calls in one write, reads their answers,
-// and again.
-std::unique_ptr<Neighbour> bursts(const HostProcess& host, std::uint32_t count) {
-  std::shared_ptr client = testing::PipelinedClient::connect(host.socketPath());
-  if (!client) return nullptr;
-  return std::make_unique<LoopingNeighbour>([client, count] {
+// and again; its report is how long a burst took to be answered whole.
+class BurstsNeighbour final : public Neighbour {
+ public:
+  BurstsNeighbour(std::unique_ptr<testing::PipelinedClient> client, std::uint32_t count)
+      : client_(std::move(client)), count_(count), loop_(std::in_place, [this] { burst(); }) {}
+
+  std::string report() override {
+    loop_.reset();
+    if (milliseconds_.empty()) return "no burst was answered whole";
+    std::sort(milliseconds_.begin(), milliseconds_.end());
+    char line[160];
+    std::snprintf(line, sizeof line, "%zu bursts answered whole, in %.0f ms (median; %.0f-%.0f)", milliseconds_.size(),
+                  milliseconds_[milliseconds_.size() / 2], milliseconds_.front(), milliseconds_.back());
+    return line;
+  }
+
+ private:
+  void burst() {
     std::vector<std::pair<std::uint32_t, MethodCall>> calls;
-    for (std::uint32_t id = 1; id <= count; ++id) calls.emplace_back(id, kCheapCall);
-    client->send(calls);
-    for (std::uint32_t answered = 0; answered < count && client->nextAnswer(60s); ++answered) {
+    for (std::uint32_t id = 1; id <= count_; ++id) calls.emplace_back(id, kCheapCall);
+    const auto begin = Clock::now();
+    if (!client_->send(calls)) return;
+    for (std::uint32_t answered = 0; answered < count_; ++answered) {
+      if (!client_->nextAnswer(60s)) return;
     }
-  });
+    milliseconds_.push_back(std::chrono::duration<double, std::milli>(Clock::now() - begin).count());
+  }
+
+  std::unique_ptr<testing::PipelinedClient> client_;
+  std::uint32_t count_;
+  std::vector<double> milliseconds_;
+  std::optional<LoopingNeighbour> loop_;  // last: stopped before the rest goes
+};
+
+std::unique_ptr<Neighbour> bursts(const HostProcess& host, std::uint32_t count) {
+  auto client = testing::PipelinedClient::connect(host.socketPath());
+  if (!client) return nullptr;
+  return std::make_unique<BurstsNeighbour>(std::move(client), count);
+}
+
+// The interface takes the main window over at once, shown or hidden, and stays
+// connected while another neighbour works: with the window shown, the list of
+// latest calls shows that neighbour's calls.
+class MainWindowNeighbour final : public Neighbour {
+ public:
+  MainWindowNeighbour(std::unique_ptr<LinkClient> interface, std::unique_ptr<Neighbour> busy)
+      : interface_(std::move(interface)), busy_(std::move(busy)) {}
+  std::string report() override { return busy_ ? busy_->report() : "the neighbour did not connect"; }
+
+ private:
+  std::unique_ptr<LinkClient> interface_;
+  std::unique_ptr<Neighbour> busy_;
+};
+
+std::unique_ptr<Neighbour> burstsBesideTheMainWindow(const HostProcess& host, bool shown, std::uint32_t count) {
+  auto interface = LinkClient::connect(host.socketPath());
+  if (!interface) return nullptr;
+  const auto answer = (*interface)->call("bitsdojo/window", MethodCall{shown ? "showWindow" : "hideWindow", {}}, 20s);
+  if (!answer || !answer->isSuccess()) return nullptr;
+  std::this_thread::sleep_for(1s);  // mapped and drawn (or left alone) before the bursts
+  return std::make_unique<MainWindowNeighbour>(*std::move(interface), bursts(host, count));
 }
 
 // Sleeping processes of the benchmark's own, for a larger process table.
@@ -163,6 +219,7 @@ struct Scene {
 
 std::vector<Scene> scenes() {
   const HostProcess::Layout headless{.headless = true};
+  const HostProcess::Layout onDesktop{};
   // ps replaced, in the host's own mount namespace, by a script that hangs with a child of its own.
   const HostProcess::Layout hangingPs{
       .headless = true,
@@ -181,6 +238,10 @@ std::vector<Scene> scenes() {
        [](const HostProcess& host) { return std::make_unique<HungToolNeighbour>(host); }, true},
       {"beside bursts of 2,000 calls", headless, nullptr,
        [](const HostProcess& host) { return bursts(host, 2000); }},
+      {"beside bursts of 20,000 calls, main window hidden", onDesktop, nullptr,
+       [](const HostProcess& host) { return burstsBesideTheMainWindow(host, false, 20000); }},
+      {"beside bursts of 20,000 calls, main window shown", onDesktop, nullptr,
+       [](const HostProcess& host) { return burstsBesideTheMainWindow(host, true, 20000); }},
   };
 }
 
@@ -216,6 +277,10 @@ void run(const Scene& scene, std::chrono::milliseconds duration) {
     std::printf("%-58s skipped: needs root for its mount namespace\n", scene.name);
     return;
   }
+  if (!scene.layout.headless && std::getenv("DISPLAY") == nullptr) {
+    std::printf("%-58s skipped: needs a display (scripts/with-desktop)\n", scene.name);
+    return;
+  }
   HostProcess host(scene.layout);
   if (scene.prepare) scene.prepare(host);
   host.start();
@@ -241,7 +306,10 @@ void run(const Scene& scene, std::chrono::milliseconds duration) {
 
 int main(int argc, char** argv) {
   const auto duration = std::chrono::milliseconds(static_cast<long>(1000 * (argc > 1 ? std::atof(argv[1]) : 4.0)));
+  const std::string_view only = argc > 2 ? argv[2] : "";
   std::printf("%-58s %7s %9s %9s %9s\n", "the cheap call of a second client", "calls", "p50 µs", "p99 µs", "max µs");
-  for (const quillon::Scene& scene : quillon::scenes()) quillon::run(scene, duration);
+  for (const quillon::Scene& scene : quillon::scenes()) {
+    if (std::string_view(scene.name).find(only) != std::string_view::npos) quillon::run(scene, duration);
+  }
   return 0;
 }
