@@ -37,8 +37,9 @@ int HostApplication::run() {
   // Outlives the engine, which tells it of the connections it closes.
   CallLog calls{CallSummariser(secretArguments())};
   std::unique_ptr<NativeWindow> mainWindow = createMainWindow(link, calls);
+  const bool onDesktop = mainWindow != nullptr;
   // Headless, nobody could see the list: the link goes unobserved.
-  if (mainWindow) link.setObserver(&calls);
+  if (onDesktop) link.setObserver(&calls);
   MainFlutterWindow window(std::move(mainWindow),
                            MainFlutterWindow::Setup{
                                std::move(engine),
@@ -53,9 +54,11 @@ int HostApplication::run() {
   application_.finishLaunching();
   // Later launches of the application hand themselves over to this one.
   const InstanceChannel instance(window.contentViewController()->engine().binaryMessenger(), application_);
-  // A launch without an interface shows its window all the same. (The job
-  // finds no window once the loop has ended.)
-  services_.mainQueue().postAfter(kInterfaceTakeOverTime, [this] { application_.interfaceTakeOverTimeEnded(); });
+  // A launch without an interface shows its window all the same; headless
+  // there is none to show. (The job finds no window once the loop has ended.)
+  if (onDesktop) {
+    services_.mainQueue().postAfter(kInterfaceTakeOverTime, [this] { application_.interfaceTakeOverTimeEnded(); });
+  }
 
   const int status = application_.run();
   // The jobs on the workers use the window's ProcessManager: they end first.
