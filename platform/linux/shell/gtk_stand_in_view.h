@@ -11,11 +11,11 @@
 // that it changed, once; the view looks kRefreshInterval later, or later
 // still when the last refresh and the window's frame that showed it took
 // long (a burst redraws every row): kCostShare times what they took, so the
-// view keeps the main loop for a fiftieth of its time at most, however slow
-// the machine. It looks only
-// while the window is on the screen (mapped and not minimised): so it
-// refreshes at most ten times a second, not at all while hidden, and shows
-// what changed meanwhile once the window is shown again. A refresh adds the
+// view keeps the main loop for a two-hundredth of its time at most, however
+// slow the machine: too little for one call in a hundred to wait for it. It
+// looks only while the window is on the screen (mapped and not minimised):
+// so it refreshes at most ten times a second, not at all while hidden, and
+// shows what changed meanwhile once the window is shown again. A refresh adds the
 // new calls at the top and drops those that left the log at the bottom;
 // every row is text, copied from the log's summaries.
 //
@@ -58,7 +58,7 @@ struct StandInContent {
 class GtkStandInView {
  public:
   static constexpr std::chrono::milliseconds kRefreshInterval{100};
-  static constexpr int kCostShare = 50;
+  static constexpr int kCostShare = 200;
   // On a machine so loaded that a refresh takes 100 ms, the list still
   // shows what changed within 5 s.
   static constexpr std::chrono::milliseconds kLongestInterval{5000};
