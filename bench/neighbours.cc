@@ -141,9 +141,9 @@ class MainWindowNeighbour final : public Neighbour {
 
 std::unique_ptr<Neighbour> burstsBesideTheMainWindow(const HostProcess& host, bool shown, std::uint32_t count) {
   auto interface = LinkClient::connect(host.socketPath());
-  if (!interface) return nullptr;
+  if (!interface.hasValue()) return nullptr;
   const auto answer = (*interface)->call("bitsdojo/window", MethodCall{shown ? "showWindow" : "hideWindow", {}}, 20s);
-  if (!answer || !answer->isSuccess()) return nullptr;
+  if (!answer.hasValue() || !answer->isSuccess()) return nullptr;
   std::this_thread::sleep_for(1s);  // mapped and drawn (or left alone) before the bursts
   return std::make_unique<MainWindowNeighbour>(*std::move(interface), bursts(host, count));
 }

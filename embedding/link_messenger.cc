@@ -68,7 +68,7 @@ void LinkMessenger::onClosed(LinkConnection& connection, const std::optional<std
 void LinkMessenger::noteUnhandled(std::string_view channel, std::span<const std::uint8_t> message) {
   if (observer_ == nullptr) return;
   const auto call = StandardCodec::decodeMethodCall(message);
-  if (!call) return;
+  if (!call.hasValue()) return;
   if (LinkObserver::AnswerNote note = observer_->callReceived(channel, *call)) {
     std::move(note)(ChannelReply::notImplemented());
   }
