@@ -8,21 +8,21 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <source_location>
 
 namespace quillon::internal {
 
-[[noreturn]] inline void checkFailed(const char* condition, std::source_location where) {
-  std::fprintf(stderr, "quillon-host: CHECK failed: %s at %s:%u in %s\n", condition, where.file_name(),
-               static_cast<unsigned>(where.line()), where.function_name());
+// Where, as __FILE__, __LINE__ and __func__ say it: Clang 14 has no
+// std::source_location.
+[[noreturn]] inline void checkFailed(const char* condition, const char* file, int line, const char* function) {
+  std::fprintf(stderr, "quillon-host: CHECK failed: %s at %s:%d in %s\n", condition, file, line, function);
   std::abort();
 }
 
 }  // namespace quillon::internal
 
-#define CHECK(condition)                                                                  \
-  do {                                                                                    \
-    if (!(condition)) [[unlikely]] {                                                      \
-      ::quillon::internal::checkFailed(#condition, std::source_location::current());     \
-    }                                                                                     \
+#define CHECK(condition)                                                           \
+  do {                                                                             \
+    if (!(condition)) [[unlikely]] {                                               \
+      ::quillon::internal::checkFailed(#condition, __FILE__, __LINE__, __func__);  \
+    }                                                                              \
   } while (false)

@@ -87,7 +87,7 @@ void checkTextAgainstGLib(std::span<const std::uint8_t> input) {
 
 void roundTripValue(std::span<const std::uint8_t> input) {
   const auto value = StandardCodec::decodeValue(input);
-  if (!value) return;
+  if (!value.hasValue()) return;
   const std::vector<std::uint8_t> encoded = StandardCodec::encodeValue(*value);
   const auto again = StandardCodec::decodeValue(encoded);
   check(again.hasValue());
@@ -97,7 +97,7 @@ void roundTripValue(std::span<const std::uint8_t> input) {
 
 void roundTripCall(std::span<const std::uint8_t> input) {
   const auto call = StandardCodec::decodeMethodCall(input);
-  if (!call) return;
+  if (!call.hasValue()) return;
   const auto again = StandardCodec::decodeMethodCall(StandardCodec::encodeMethodCall(*call));
   check(again.hasValue());
   check(again->method == call->method && sameValue(again->arguments, call->arguments));
@@ -105,7 +105,7 @@ void roundTripCall(std::span<const std::uint8_t> input) {
 
 void roundTripReply(std::span<const std::uint8_t> input) {
   const auto reply = StandardCodec::decodeReply(input);
-  if (!reply) return;
+  if (!reply.hasValue()) return;
   const auto again = StandardCodec::decodeReply(StandardCodec::encodeReply(*reply));
   check(again.hasValue());
   check(again->isSuccess() == reply->isSuccess() && again->isError() == reply->isError());

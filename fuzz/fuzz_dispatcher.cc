@@ -266,7 +266,7 @@ void callOnce(const FuzzInput& input, FuzzedPlatform& platform, RecordingMesseng
   const auto reply = StandardCodec::decodeReply(answers.front());
   check(reply.hasValue());
   const auto call = StandardCodec::decodeMethodCall(message);
-  if (!call) return check(isBadMessage(*reply));
+  if (!call.hasValue()) return check(isBadMessage(*reply));
   if (close) return checkCloseAnswer(call->method, *reply);
   checkCommandAnswer(call->method, *reply);
 }
