@@ -1,9 +1,9 @@
 // StandardCodecReader: reads values in the standard codec's wire format from
 // bytes that it does not own, refusing anything malformed.
 //
-// Every read checks the bytes left first; a refusal stores one message (with
-// the byte offset where it was found) in the caller's error string, when one
-// is given, and every later read then fails too.
+// Every read checks the bytes left first and answers whether it succeeded. The
+// first refusal is kept as one message, with the byte offset where it was
+// found, for failure(); every later read then fails too.
 #pragma once
 
 #include <cstddef>
