@@ -10,7 +10,7 @@
 #include "base/printed_lines.h"
 #include "channel/utf8_text.h"
 #include "commands/argument_limits.h"
-#include "inspector/stand_in_text.h"
+#include "traffic/stand_in_text.h"
 #include "platform/linux/desktop/gtk_desktop.h"
 #include "platform/linux/shell/display_loss.h"
 #include "platform/linux/shell/gtk_main_window.h"

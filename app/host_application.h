@@ -23,7 +23,7 @@
 #include "app/host_services.h"
 #include "app/main_flutter_window.h"
 #include "embedding/engine.h"
-#include "inspector/call_log.h"
+#include "traffic/call_log.h"
 #include "platform/linux/shell/gio_url_opener.h"
 #include "platform/linux/shell/glib_main_loop.h"
 #include "platform/linux/shell/libsecret_secret_store.h"

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "inspector/call_summariser.h"
+#include "traffic/call_summariser.h"
 
 namespace quillon {
 

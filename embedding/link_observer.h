@@ -1,4 +1,4 @@
-// LinkObserver: is told what the interface link serves, for an inspector of
+// LinkObserver: is told what the interface link serves, for a list of
 // its traffic (the main window's stand-in view): each method call the host
 // receives on any channel, with the kind of its answer, and how many
 // interfaces are connected.

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "inspector/stand_in_text.h"
+#include "traffic/stand_in_text.h"
 
 // Generated from stand_in.gresource.xml (built as C++): the application's icon.
 void quillon_stand_in_register_resource();
@@ -199,15 +199,16 @@ GtkWidget* GtkStandInView::callList() {
   GtkWidget* list = gtk_tree_view_new_with_model(GTK_TREE_MODEL(rows_));
   g_object_unref(rows_);  // the list holds it
   list_ = GTK_TREE_VIEW(list);
-  for (const ListColumn& spec : kListColumns) {
+  for (const ListColumn& described : kListColumns) {
     GtkCellRenderer* text = gtk_cell_renderer_text_new();
     g_object_set(text, "ellipsize", PANGO_ELLIPSIZE_END, nullptr);
-    if (spec.code) g_object_set(text, "family", "monospace", nullptr);
-    GtkTreeViewColumn* column = gtk_tree_view_column_new_with_attributes(spec.title, text, "text", spec.column, nullptr);
+    if (described.code) g_object_set(text, "family", "monospace", nullptr);
+    GtkTreeViewColumn* column =
+        gtk_tree_view_column_new_with_attributes(described.title, text, "text", described.column, nullptr);
     gtk_tree_view_column_set_sizing(column, GTK_TREE_VIEW_COLUMN_FIXED);
-    gtk_tree_view_column_set_fixed_width(column, spec.width);
+    gtk_tree_view_column_set_fixed_width(column, described.width);
     gtk_tree_view_column_set_resizable(column, TRUE);
-    gtk_tree_view_column_set_expand(column, spec.column == kArguments ? TRUE : FALSE);
+    gtk_tree_view_column_set_expand(column, described.column == kArguments ? TRUE : FALSE);
     gtk_tree_view_append_column(list_, column);
   }
   // Rows of one height: the list lays out only what it shows.

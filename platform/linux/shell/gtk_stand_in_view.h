@@ -38,7 +38,7 @@
 #include <string>
 
 #include "base/c_owner.h"
-#include "inspector/call_log.h"
+#include "traffic/call_log.h"
 
 typedef struct _GtkWidget GtkWidget;
 typedef struct _GtkLabel GtkLabel;

@@ -24,8 +24,8 @@
 #include <vector>
 
 #include "embedding/link_observer.h"
-#include "inspector/call_summariser.h"
-#include "inspector/call_summary.h"
+#include "traffic/call_summariser.h"
+#include "traffic/call_summary.h"
 
 namespace quillon {
 

@@ -1,11 +1,11 @@
-#include "inspector/call_summariser.h"
+#include "traffic/call_summariser.h"
 
 #include <charconv>
 #include <type_traits>
 #include <utility>
 #include <variant>
 
-#include "inspector/one_line_text.h"
+#include "traffic/one_line_text.h"
 
 namespace quillon {
 namespace {

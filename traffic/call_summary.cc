@@ -1,9 +1,9 @@
-#include "inspector/call_summary.h"
+#include "traffic/call_summary.h"
 
 #include <cstdio>
 #include <ctime>
 
-#include "inspector/one_line_text.h"
+#include "traffic/one_line_text.h"
 
 namespace quillon {
 

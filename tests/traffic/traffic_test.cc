@@ -1,6 +1,6 @@
-// The inspector of the link's traffic over fake clocks: how a call is
-// summarised (one line, cut at the width, secrets and bytes as their sizes),
-// how its fields are written, what the log keeps and when it says it changed,
+// The list of the link's traffic, over fake clocks: how a call is summarised
+// (one line, cut at the width, secrets and bytes as their sizes), how its
+// fields are written, what the log keeps and when it says it changed,
 // and what the stand-in view says.
 #include <gtest/gtest.h>
 
@@ -8,9 +8,9 @@
 #include <ctime>
 #include <optional>
 
-#include "inspector/call_log.h"
-#include "inspector/one_line_text.h"
-#include "inspector/stand_in_text.h"
+#include "traffic/call_log.h"
+#include "traffic/one_line_text.h"
+#include "traffic/stand_in_text.h"
 
 namespace quillon {
 namespace {

@@ -1,4 +1,4 @@
-#include "inspector/one_line_text.h"
+#include "traffic/one_line_text.h"
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "inspector/stand_in_text.h"
+#include "traffic/stand_in_text.h"
 
 #include "channel/utf8_text.h"
 

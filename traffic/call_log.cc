@@ -1,10 +1,10 @@
-#include "inspector/call_log.h"
+#include "traffic/call_log.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include "inspector/one_line_text.h"
+#include "traffic/one_line_text.h"
 
 namespace quillon {
 
