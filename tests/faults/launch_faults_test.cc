@@ -13,7 +13,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 
 #include "app/launch_handover.h"
@@ -21,13 +20,6 @@
 
 namespace quillon::testing {
 namespace {
-
-sockaddr_un addressOf(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-  return address;
-}
 
 // Connects and leaves until the listener's queue refuses one more: the
 // connections stay queued, as their clients go, until the listener takes them.

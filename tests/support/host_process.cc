@@ -17,7 +17,7 @@ namespace quillon::testing {
 
 namespace fs = std::filesystem;
 
-static sockaddr_un addressOf(const std::string& path) {
+sockaddr_un addressOf(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);

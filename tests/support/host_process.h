@@ -7,6 +7,8 @@
 // host is stopped ("forceQuitApp", then SIGKILL after a deadline) and reaped.
 #pragma once
 
+#include <sys/un.h>
+
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -20,6 +22,8 @@
 
 namespace quillon::testing {
 
+// The address of the Unix socket at `path`, cut to the size an address holds.
+sockaddr_un addressOf(const std::string& path);
 // Whether something accepts connections on the Unix socket at `path`.
 bool acceptsConnections(const std::string& path);
 
